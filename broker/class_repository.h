@@ -1,0 +1,79 @@
+// Class declarations read from MOF files, for class-path tests, strict checking of what a
+// provider returns, and typing of untyped client method arguments.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "cmpidt.h"
+
+namespace vcim {
+
+// Qualifier names compare case-insensitively; values are kept as their MOF text
+// (true for a bare flag like [Key]).
+struct Qualifiers {
+    std::vector<std::pair<std::string, std::string>> items;
+    bool has(const std::string& name) const;
+    const std::string* get(const std::string& name) const;
+};
+
+struct PropertyDecl {
+    std::string name;
+    CMPIType type = CMPI_null;   // element type | CMPI_ARRAY for arrays
+    std::string refClass;        // for references
+    bool key = false;
+    Qualifiers qualifiers;
+};
+
+struct ParamDecl {
+    std::string name;
+    CMPIType type = CMPI_null;
+    std::string refClass;
+    bool in = true;              // [IN] (default when neither is given)
+    bool out = false;            // [OUT]
+    Qualifiers qualifiers;
+};
+
+struct MethodDecl {
+    std::string name;
+    CMPIType returnType = CMPI_null;
+    std::vector<ParamDecl> params;
+    Qualifiers qualifiers;
+
+    const ParamDecl* findParam(const std::string& name) const;
+};
+
+struct ClassDecl {
+    std::string name;
+    std::string superclass;      // empty when none
+    std::vector<PropertyDecl> properties;  // own, in declaration order
+    std::vector<MethodDecl> methods;
+    Qualifiers qualifiers;
+    std::string file;
+    int line = 0;
+};
+
+class ClassRepository {
+public:
+    // Each returns false and sets *err to "file:line: message" on malformed MOF.
+    bool loadText(const std::string& text, const std::string& fileName, std::string* err);
+    bool loadFile(const std::string& path, std::string* err);
+    bool loadDirectory(const std::string& dir, std::string* err);  // every *.mof, sorted by name
+
+    const ClassDecl* find(const std::string& cls) const;  // case-insensitive
+    std::vector<std::string> classNames() const;          // sorted
+    // cls is ancestor or derives from it (case-insensitive); false for unknown classes.
+    bool isA(const std::string& cls, const std::string& ancestor) const;
+
+    // Effective declarations including inherited ones (a subclass overrides by name).
+    const PropertyDecl* findProperty(const std::string& cls, const std::string& prop) const;
+    const MethodDecl* findMethod(const std::string& cls, const std::string& method) const;
+    std::vector<const PropertyDecl*> properties(const std::string& cls) const;
+    std::vector<const PropertyDecl*> keys(const std::string& cls) const;
+
+private:
+    std::map<std::string, ClassDecl> classes_;  // by lower-case name
+};
+
+}  // namespace vcim
