@@ -3,6 +3,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -56,7 +57,12 @@ struct ClassDecl {
 
 class ClassRepository {
 public:
-    // Each returns false and sets *err to "file:line: message" on malformed MOF.
+    // Each returns false and sets *err to "file:line: message" on malformed MOF, and then
+    // leaves the repository as it was. A file already read (by an include or an earlier
+    // load) is skipped when included again or met again in a directory.
+    // Qualifier values: bare flags "true", strings unquoted, arrays "{\"a\",\"b\"}" (read
+    // them with Value::parse). An overriding property or method takes on the qualifiers
+    // (and key flag) of the one it overrides unless it sets them itself.
     bool loadText(const std::string& text, const std::string& fileName, std::string* err);
     bool loadFile(const std::string& path, std::string* err);
     bool loadDirectory(const std::string& dir, std::string* err);  // every *.mof, sorted by name
@@ -73,7 +79,11 @@ public:
     std::vector<const PropertyDecl*> keys(const std::string& cls) const;
 
 private:
+    struct Loader;  // feeds parsed classes in and reads included files
+    std::vector<const ClassDecl*> chain(const std::string& cls) const;  // cls first
+
     std::map<std::string, ClassDecl> classes_;  // by lower-case name
+    std::set<std::string> loadedFiles_;  // canonical paths; includes and directory loads read each once
 };
 
 }  // namespace vcim

@@ -1,0 +1,322 @@
+// Class repository and MOF reader: declarations, inheritance, error reports, includes,
+// and robustness against truncated input.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "cim_value.h"
+#include "class_repository.h"
+
+namespace fs = std::filesystem;
+using namespace vcim;
+
+namespace {
+
+const std::string kDataDir = fs::path(__FILE__).parent_path().string() + "/mofdata";
+
+std::string readText(const std::string& path) {
+    std::ifstream in(path);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+// A scratch directory removed at the end of the test.
+struct TempDir {
+    fs::path path;
+    TempDir() {
+        char tmpl[] = "/tmp/vcim_mof_XXXXXX";
+        path = mkdtemp(tmpl);
+    }
+    ~TempDir() { fs::remove_all(path); }
+    std::string write(const std::string& name, const std::string& text) const {
+        fs::path p = path / name;
+        fs::create_directories(p.parent_path());
+        std::ofstream(p) << text;
+        return p.string();
+    }
+};
+
+ClassRepository loadSample() {
+    ClassRepository repo;
+    std::string err;
+    EXPECT_TRUE(repo.loadFile(kDataDir + "/sample.mof", &err)) << err;
+    return repo;
+}
+
+std::vector<std::string> names(const std::vector<const PropertyDecl*>& v) {
+    std::vector<std::string> out;
+    for (auto* p : v) out.push_back(p->name);
+    return out;
+}
+
+}  // namespace
+
+TEST(MofParser, ReadsTypesQualifiersAndMethods) {
+    ClassRepository repo = loadSample();
+    const ClassDecl* port = repo.find("TEST_PORT");
+    ASSERT_NE(port, nullptr);
+    EXPECT_EQ(port->name, "Test_Port");
+    EXPECT_EQ(port->superclass, "Test_LogicalDevice");  // spelled as declared
+    EXPECT_EQ(port->line, 5);
+    EXPECT_NE(port->file.find("sample.mof"), std::string::npos);
+
+    struct Expect {
+        const char* name;
+        CMPIType type;
+    } expected[] = {
+        {"Data", CMPI_uint8A},        {"Enabled", CMPI_boolean}, {"Letter", CMPI_char16},
+        {"LastChange", CMPI_dateTime}, {"Offset", CMPI_sint64},  {"Ratio", CMPI_real64},
+        {"Small", CMPI_real32},       {"Names", CMPI_stringA},   {"Counter", CMPI_uint64},
+        {"Embedded", CMPI_stringA},   {"Owner", CMPI_ref},
+    };
+    for (const auto& e : expected) {
+        const PropertyDecl* p = repo.findProperty("Test_Port", e.name);
+        ASSERT_NE(p, nullptr) << e.name;
+        EXPECT_EQ(p->type, e.type) << e.name;
+    }
+    EXPECT_EQ(repo.findProperty("test_port", "owner")->refClass, "test_managedelement");
+
+    // Qualifier values: flags, numbers, concatenated strings, lists.
+    const ClassDecl* root = repo.find("Test_ManagedElement");
+    ASSERT_NE(root, nullptr);
+    ASSERT_NE(root->qualifiers.get("description"), nullptr);
+    EXPECT_EQ(*root->qualifiers.get("description"), "The root of the test hierarchy.");
+    EXPECT_EQ(*root->qualifiers.get("ABSTRACT"), "true");
+    const PropertyDecl* id = repo.findProperty("Test_ManagedElement", "InstanceID");
+    EXPECT_TRUE(id->key);
+    EXPECT_EQ(*id->qualifiers.get("MaxLen"), "256");
+    EXPECT_EQ(*repo.findProperty("Test_ManagedElement", "Caption")->qualifiers.get("Description"),
+              "A caption; with a semicolon /* not a comment */.");
+    const PropertyDecl* status = repo.findProperty("Test_Port", "OperationalStatus");
+    Value values;
+    std::string err;
+    ASSERT_TRUE(Value::parse(CMPI_stringA, *status->qualifiers.get("Values"), values, &err)) << err;
+    ASSERT_EQ(values.elems.size(), 3u);
+    EXPECT_EQ(values.elems[2].s, "OK \"quoted\"");
+    const PropertyDecl* size = repo.findProperty("Test_Port", "Size");
+    EXPECT_TRUE(size->qualifiers.has("required") && size->qualifiers.has("WRITE"));
+    EXPECT_EQ(*size->qualifiers.get("Units"), "Bytes");
+    EXPECT_FALSE(size->key);
+
+    // Methods: return types, parameter directions, arrays and references.
+    const MethodDecl* wb = repo.findMethod("Test_Port", "writebuffer");
+    ASSERT_NE(wb, nullptr);
+    EXPECT_EQ(wb->returnType, CMPI_uint32);
+    EXPECT_EQ(*wb->qualifiers.get("Description"), "Writes a buffer.");
+    ASSERT_EQ(wb->params.size(), 5u);
+    struct P {
+        const char* name;
+        CMPIType type;
+        bool in, out;
+    } params[] = {
+        {"Target", CMPI_string, true, false},   {"Buffer", CMPI_uint8A, true, true},
+        {"Result", CMPI_ref, false, true},      {"Count", CMPI_sint32, true, false},
+        {"Messages", CMPI_stringA, false, true},
+    };
+    for (size_t i = 0; i < 5; ++i) {
+        EXPECT_EQ(wb->params[i].name, params[i].name);
+        EXPECT_EQ(wb->params[i].type, params[i].type) << params[i].name;
+        EXPECT_EQ(wb->params[i].in, params[i].in) << params[i].name;
+        EXPECT_EQ(wb->params[i].out, params[i].out) << params[i].name;
+    }
+    EXPECT_EQ(wb->findParam("RESULT")->refClass, "Test_ManagedElement");
+    EXPECT_EQ(wb->findParam("nothing"), nullptr);
+    const MethodDecl* reset = repo.findMethod("Test_Port", "Reset");
+    ASSERT_NE(reset, nullptr);
+    EXPECT_EQ(reset->returnType, CMPI_boolean);
+    EXPECT_TRUE(reset->params.empty());
+}
+
+TEST(MofParser, InheritanceAndOverrides) {
+    ClassRepository repo = loadSample();
+    EXPECT_EQ(repo.classNames(),
+              (std::vector<std::string>{"Test_LogicalDevice", "Test_ManagedElement", "Test_Port"}));
+    EXPECT_TRUE(repo.isA("test_port", "TEST_MANAGEDELEMENT"));
+    EXPECT_TRUE(repo.isA("Test_Port", "Test_Port"));
+    EXPECT_FALSE(repo.isA("Test_ManagedElement", "Test_Port"));
+    EXPECT_FALSE(repo.isA("No_Such", "No_Such"));
+    EXPECT_FALSE(repo.isA("Test_Port", "No_Such"));
+
+    // Inherited members are found through the subclass.
+    ASSERT_NE(repo.findMethod("Test_Port", "RequestStateChange"), nullptr);
+    EXPECT_EQ(repo.findMethod("Test_ManagedElement", "RequestStateChange"), nullptr);
+    EXPECT_EQ(repo.findProperty("Test_Port", "Caption"),
+              repo.findProperty("Test_ManagedElement", "Caption"));
+    EXPECT_EQ(repo.findProperty("No_Such", "Caption"), nullptr);
+
+    // The override replaces the inherited declaration in place and keeps its key role
+    // and the qualifiers it does not set itself.
+    const PropertyDecl* id = repo.findProperty("Test_Port", "instanceid");
+    ASSERT_NE(id, nullptr);
+    EXPECT_NE(id, repo.findProperty("Test_ManagedElement", "InstanceID"));
+    EXPECT_TRUE(id->key);
+    EXPECT_EQ(*id->qualifiers.get("Description"), "Serial and port number.");
+    EXPECT_EQ(*id->qualifiers.get("MaxLen"), "256");
+    auto props = names(repo.properties("Test_Port"));
+    ASSERT_GE(props.size(), 4u);
+    EXPECT_EQ(std::vector<std::string>(props.begin(), props.begin() + 4),
+              (std::vector<std::string>{"Caption", "InstanceID", "OperationalStatus", "Data"}));
+    EXPECT_EQ(props.size(), 15u);
+    auto keys = repo.keys("Test_Port");
+    ASSERT_EQ(keys.size(), 1u);
+    EXPECT_EQ(keys[0], id);
+    EXPECT_TRUE(repo.keys("No_Such").empty());
+}
+
+TEST(MofParser, MalformedInputGivesFileAndLine) {
+    const std::string base = "class A {\n  [Key] string K;\n};\n";  // lines 1-3
+    struct Case {
+        std::string text;
+        std::string expected;  // "file:line: message" prefix or part
+    } cases[] = {
+        {"class B {\n string S = \"abc;\n};\n", "t.mof:2: unterminated string"},
+        {"class B {\n /* open\n\n uint8 X;\n};\n", "t.mof:2: unterminated comment"},
+        {"class B {\n  uint7 X;\n};\n", "t.mof:2: unknown type 'uint7'"},
+        {"class B {\n  uint8 X\n  uint8 Y;\n};\n", "t.mof:2: missing ';' after property 'X'"},
+        {"class B {\n  uint8 X;\n", "t.mof:3: missing '}' at end of class 'B'"},
+        {"class B {\n  uint8 X;\n}\nclass C {};\n", "t.mof:3: missing ';' after class 'B'"},
+        {base + "class B : Nope {\n};\n", "t.mof:4: unknown superclass 'Nope'"},
+        {base + "\nclass a {};\n", "t.mof:5: duplicate class 'a'"},
+        {"class B {\n  uint8 X;\n  string x;\n};\n", "t.mof:3: duplicate property or method 'x'"},
+        {"class B {\n  uint8 X;\n  uint32 X();\n};\n", "t.mof:3: duplicate property or method"},
+        {"class B {\n  [Key]\n  string K[];\n};\n", "t.mof:3: key property 'K' cannot be an array"},
+        {"class B {\n  [Key, Frobnicate(3)] string K;\n};\n", "t.mof:2: unknown qualifier 'Frobnicate'"},
+        {"class B {\n  [Key, key] string K;\n};\n", "t.mof:2: duplicate qualifier 'key'"},
+        {base + "instance of A {\n K = \"x\";\n};\n", "t.mof:4: instance declarations are not supported"},
+        {base + "class B : A {\n [Override(\"Q\")] string Q;\n};\n", "t.mof:5: Override(\"Q\")"},
+        {"class B {\n uint32 M([IN] string a,\n [OUT] string A);\n};\n", "t.mof:3: duplicate parameter 'A'"},
+        {"class B {\n uint32 M([IN] string a\n [OUT] string b);\n};\n", "t.mof:2: missing ',' or ')' after 'a'"},
+        {"class B {\n uint32 M([IN] string a, string b;\n};\n", "t.mof:2: missing ','"},
+        {"class B {\n  uint8 X\n  [Key] string K;\n};\n", "t.mof:2: missing ';' after 'X'"},
+        {"class B {\n string S = \"bad \\q escape\";\n};\n", "t.mof:2: invalid escape"},
+        {"\n\nfoo B {};\n", "t.mof:3: expected 'class', 'qualifier' or '#pragma'"},
+        {"class B {\n uint8 X; @\n};\n", "t.mof:2: unexpected character '@'"},
+        {"[Description(\"x\")]\n", "t.mof:1: qualifier list not followed by a class"},
+        {"#pragma include (\"does_not_exist.mof\")\n", "t.mof:1: cannot open included file"},
+    };
+    for (const auto& c : cases) {
+        ClassRepository repo;
+        std::string err;
+        EXPECT_FALSE(repo.loadText(c.text, "t.mof", &err)) << c.text;
+        EXPECT_EQ(err.find(c.expected), 0u) << "got: " << err << "\nwant: " << c.expected;
+        // A failed load leaves nothing behind.
+        EXPECT_TRUE(repo.classNames().empty()) << c.text;
+    }
+}
+
+TEST(MofParser, FailedLoadKeepsEarlierClassesAndCaseInsensitiveKeywords) {
+    ClassRepository repo;
+    std::string err;
+    ASSERT_TRUE(repo.loadText("CLASS A { [KEY] STRING K; BOOLEAN F = False; };", "a.mof", &err)) << err;
+    const ClassDecl* a = repo.find("a");
+    ASSERT_NE(a, nullptr);
+    EXPECT_FALSE(repo.loadText("class B : A {};\nclass C : B { uint8 X };\n", "b.mof", &err));
+    EXPECT_EQ(err.find("b.mof:2:"), 0u) << err;
+    EXPECT_EQ(repo.find("B"), nullptr);
+    EXPECT_EQ(repo.find("A"), a);  // earlier declarations stay where they were
+    EXPECT_TRUE(repo.loadText("class B : A {};", "b.mof", &err)) << err;
+    EXPECT_TRUE(repo.isA("b", "A"));
+}
+
+TEST(MofParser, IncludesAndDirectories) {
+    TempDir dir;
+    dir.write("sub/base.mof", "class Base { [Key] string Name; };\n");
+    dir.write("sub/mid.mof", "#pragma include (\"base.mof\")\nclass Mid : Base {};\n");
+    // Includes resolve relative to the including file; a file included twice is read once.
+    std::string top = dir.write("top.mof",
+                                "#pragma include (\"sub/mid.mof\")\n"
+                                "#pragma include (\"sub/base.mof\")\n"
+                                "class Top : Mid { uint8 X; };\n");
+    ClassRepository repo;
+    std::string err;
+    ASSERT_TRUE(repo.loadFile(top, &err)) << err;
+    EXPECT_TRUE(repo.isA("Top", "Base"));
+    EXPECT_NE(repo.find("Base")->file.find("sub/base.mof"), std::string::npos);
+
+    // A directory load skips the files read through includes and follows name order.
+    ClassRepository dirRepo;
+    ASSERT_TRUE(dirRepo.loadDirectory(dir.path / "sub", &err)) << err;  // base.mof, then mid.mof
+    EXPECT_EQ(dirRepo.classNames(), (std::vector<std::string>{"Base", "Mid"}));
+    dir.write("extra/b.mof", "class Second : First {};\n");
+    dir.write("extra/a.mof", "class First {};\n");
+    dir.write("extra/notes.txt", "not mof");
+    ClassRepository extra;
+    ASSERT_TRUE(extra.loadDirectory(dir.path / "extra", &err)) << err;
+    EXPECT_TRUE(extra.isA("Second", "First"));
+
+    // An error inside an included file names that file and line.
+    dir.write("bad/inner.mof", "class Inner {\n  uint8 X;\n  bogus Y;\n};\n");
+    std::string outer = dir.write("bad/outer.mof", "class Outer {};\n#pragma include (\"inner.mof\")\n");
+    ClassRepository bad;
+    EXPECT_FALSE(bad.loadFile(outer, &err));
+    EXPECT_NE(err.find("inner.mof:3: unknown type 'bogus'"), std::string::npos) << err;
+    EXPECT_EQ(bad.find("Outer"), nullptr);
+    EXPECT_FALSE(bad.loadDirectory(dir.path / "bad", &err));
+    EXPECT_TRUE(bad.classNames().empty());
+    // After a failed load the files can be read again once fixed.
+    dir.write("bad/inner.mof", "class Inner {};\n");
+    EXPECT_TRUE(bad.loadDirectory(dir.path / "bad", &err)) << err;
+    EXPECT_EQ(bad.classNames(), (std::vector<std::string>{"Inner", "Outer"}));
+
+    // A file including itself is read once; a long chain of includes is cut off.
+    std::string self = dir.write("self.mof", "#pragma include (\"self.mof\")\nclass Self {};\n");
+    ClassRepository selfRepo;
+    EXPECT_TRUE(selfRepo.loadFile(self, &err)) << err;
+    for (int i = 0; i < 40; ++i)
+        dir.write("chain/c" + std::to_string(i) + ".mof",
+                  "#pragma include (\"c" + std::to_string(i + 1) + ".mof\")\n");
+    dir.write("chain/c40.mof", "class End {};\n");
+    ClassRepository chain;
+    EXPECT_FALSE(chain.loadFile((dir.path / "chain/c0.mof").string(), &err));
+    EXPECT_NE(err.find("nested too deeply"), std::string::npos) << err;
+
+    EXPECT_FALSE(chain.loadFile((dir.path / "missing.mof").string(), &err));
+    EXPECT_NE(err.find("missing.mof"), std::string::npos);
+    EXPECT_FALSE(chain.loadDirectory((dir.path / "no_dir").string(), &err));
+    EXPECT_NE(err.find("no_dir"), std::string::npos);
+}
+
+TEST(MofParser, EveryTruncationAndCorruptionIsHandled) {
+    const std::string text =
+        readText(kDataDir + "/sample_base.mof") + readText(kDataDir + "/sample.mof").substr(
+            readText(kDataDir + "/sample.mof").find("[Description"));
+    {
+        ClassRepository full;
+        std::string err;
+        ASSERT_TRUE(full.loadText(text, "cut.mof", &err)) << err;
+    }
+    size_t accepted = 0;
+    for (size_t len = 0; len < text.size(); ++len) {
+        std::string prefix = text.substr(0, len);
+        ClassRepository repo;
+        std::string err;
+        if (repo.loadText(prefix, "cut.mof", &err)) {
+            ++accepted;
+            continue;
+        }
+        ASSERT_EQ(err.rfind("cut.mof:", 0), 0u) << err;
+        int line = std::atoi(err.c_str() + 8);
+        int lines = 1 + static_cast<int>(std::count(prefix.begin(), prefix.end(), '\n'));
+        EXPECT_GE(line, 1) << err;
+        EXPECT_LE(line, lines) << "prefix length " << len << ": " << err;
+    }
+    // Only cuts at whitespace, comments or between declarations are complete MOF.
+    EXPECT_GT(accepted, 0u);
+    EXPECT_LT(accepted, text.size() / 4);
+    // Stray bytes anywhere never crash the reader.
+    for (size_t i = 0; i < text.size(); i += 3)
+        for (char junk : {'\0', '"', '{', '\xff', '['}) {
+            std::string bad = text;
+            bad[i] = junk;
+            ClassRepository repo;
+            std::string err;
+            if (!repo.loadText(bad, "junk.mof", &err)) {
+                EXPECT_EQ(err.rfind("junk.mof:", 0), 0u) << err;
+            }
+        }
+}
