@@ -1,0 +1,246 @@
+// veltra-cim run as a subprocess against the test provider: exit status, text and JSON
+// output of every verb, and failures reported with the CMPI code name.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "test_e2e_support.h"
+
+#ifndef VELTRA_CIM_PATH
+#error "VELTRA_CIM_PATH (path of the veltra-cim binary) must be defined by the build"
+#endif
+
+extern char** environ;
+
+namespace {
+
+struct Result {
+    int status = -1;  // exit status, or -1 when the process did not exit normally
+    std::string out;
+    std::string err;
+};
+
+std::string slurp(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::ostringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+class Cli : public ::testing::Test {
+protected:
+    // Runs veltra-cim with the test provider's options first, then args.
+    Result run(const std::vector<std::string>& args, bool withProvider = true) {
+        std::vector<std::string> argv{VELTRA_CIM_PATH};
+        if (withProvider)
+            argv.insert(argv.end(), {"--provider", TESTPROV_LIBRARY, "--name", "Test_Provider",
+                                     "--mof", TESTPROV_MOF_DIR});
+        argv.insert(argv.end(), args.begin(), args.end());
+        std::vector<char*> cargv;
+        for (std::string& a : argv) cargv.push_back(a.data());
+        cargv.push_back(nullptr);
+
+        std::string outFile = root_.path() + "/stdout", errFile = root_.path() + "/stderr";
+        posix_spawn_file_actions_t fa;
+        posix_spawn_file_actions_init(&fa);
+        posix_spawn_file_actions_addopen(&fa, 1, outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        posix_spawn_file_actions_addopen(&fa, 2, errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        Result r;
+        pid_t pid;
+        int rc = posix_spawn(&pid, argv[0].c_str(), &fa, nullptr, cargv.data(), environ);
+        posix_spawn_file_actions_destroy(&fa);
+        if (rc != 0) {
+            ADD_FAILURE() << "cannot start " << argv[0];
+            return r;
+        }
+        int wstatus = 0;
+        waitpid(pid, &wstatus, 0);
+        if (WIFEXITED(wstatus)) r.status = WEXITSTATUS(wstatus);
+        r.out = slurp(outFile);
+        r.err = slurp(errFile);
+        return r;
+    }
+
+    std::string writeFile(const std::string& name, const std::string& bytes) {
+        std::string file = root_.path() + "/" + name;
+        std::ofstream(file, std::ios::binary) << bytes;
+        return file;
+    }
+
+    e2e::TempRoot root_;
+};
+
+const char kAlphaBlock[] =
+    "veltra/cimv2:Test_Element.Name=\"alpha\"\n"
+    "  Name = alpha\n"
+    "  Count = 1\n"
+    "  Enabled = TRUE\n"
+    "  Offset = -5\n"
+    "  Ratio = 0.5\n"
+    "  Tags = \"red\",\"green\"\n"
+    "  Stamp = 20240102030405.000000+000\n"
+    "  Data = 1,2,3\n";
+
+TEST_F(Cli, HelpDocumentsEveryVerb) {
+    Result r = run({"--help"}, false);
+    EXPECT_EQ(r.status, 0);
+    for (const char* verb : {"ecn", "ei CLASS", "ein CLASS", "gi PATH", "mi PATH", "cm PATH"})
+        EXPECT_NE(r.out.find(std::string("\n  ") + verb), std::string::npos) << verb << "\n" << r.out;
+    for (const char* opt : {"--provider", "--name", "--mof", "--host", "--namespace", "--props", "--json"})
+        EXPECT_NE(r.out.find(opt), std::string::npos) << opt;
+
+    r = run({"frobnicate"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.err.find("unknown verb frobnicate"), std::string::npos) << r.err;
+    EXPECT_EQ(run({"gi"}).status, 2);
+    EXPECT_EQ(run({"ei", "Test_Element", "--bogus"}).status, 2);
+}
+
+TEST_F(Cli, ReadVerbsPrintOneBlockPerInstance) {
+    Result r = run({"ecn"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "Test_Bad\nTest_Element\nTest_Thread\n");
+
+    r = run({"ein", "Test_Element"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "veltra/cimv2:Test_Element.Name=\"alpha\"\n"
+                     "veltra/cimv2:Test_Element.Name=\"beta\"\n");
+
+    r = run({"--namespace", "root/test", "ein", "Test_Element"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "root/test:Test_Element.Name=\"alpha\"\n"
+                     "root/test:Test_Element.Name=\"beta\"\n");
+
+    r = run({"ei", "Test_Element"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out.substr(0, sizeof kAlphaBlock), std::string(kAlphaBlock) + "\n");
+    EXPECT_NE(r.out.find("\nveltra/cimv2:Test_Element.Name=\"beta\"\n  Name = beta\n"),
+              std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("  Stamp = 00000001010101.000001:000\n"), std::string::npos) << r.out;
+
+    r = run({"gi", "Test_Element.Name=\"alpha\""});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, kAlphaBlock);
+
+    r = run({"-p", "Tags,Count", "gi", "Test_Element.Name=\"alpha\""});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "veltra/cimv2:Test_Element.Name=\"alpha\"\n"
+                     "  Name = alpha\n  Count = 1\n  Tags = \"red\",\"green\"\n");
+}
+
+TEST_F(Cli, JsonOutputParses) {
+    using json = nlohmann::ordered_json;  // keeps the printed order
+    Result r = run({"--json", "ei", "Test_Element"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    json j = json::parse(r.out);
+    ASSERT_TRUE(j.is_array());
+    ASSERT_EQ(j.size(), 2u);
+    EXPECT_EQ(j[0]["path"], "veltra/cimv2:Test_Element.Name=\"alpha\"");
+    EXPECT_EQ(j[0]["properties"]["Count"], 1);
+    EXPECT_EQ(j[0]["properties"]["Enabled"], true);
+    EXPECT_EQ(j[0]["properties"]["Offset"], -5);
+    EXPECT_EQ(j[0]["properties"]["Ratio"], 0.5);
+    EXPECT_EQ(j[0]["properties"]["Tags"], json({"red", "green"}));
+    EXPECT_EQ(j[0]["properties"]["Data"], json({1, 2, 3}));
+    EXPECT_EQ(j[0]["properties"]["Stamp"], "20240102030405.000000+000");
+    EXPECT_EQ(j[0]["properties"].begin().key(), "Name");  // provider order kept
+
+    r = run({"--json", "ecn"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(json::parse(r.out), json({"Test_Bad", "Test_Element", "Test_Thread"}));
+    r = run({"--json", "ein", "Test_Thread"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(json::parse(r.out), json({"veltra/cimv2:Test_Thread.Name=\"worker\""}));
+    r = run({"--json", "-p", "Count", "gi", "Test_Element.Name=\"beta\""});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(json::parse(r.out)["properties"], json({{"Name", "beta"}, {"Count", 2}}));
+    r = run({"--json", "cm", "Test_Element", "Echo", "Number=4", "Text=ab", "Words="});
+    ASSERT_EQ(r.status, 0) << r.err;
+    j = json::parse(r.out);
+    EXPECT_EQ(j["ReturnValue"], 8);
+    EXPECT_EQ(j["out"]["TextOut"], "AB");
+    EXPECT_EQ(j["out"]["WordsOut"], json::array());
+}
+
+TEST_F(Cli, ModifySendsTypedPropertiesThatPersist) {
+    Result r = run({"mi", "Test_Element.Name=\"alpha\"", "Count=9", "Tags=x,y", "Data=4,5"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "");
+    // The test provider keeps its elements below VELTRA_ROOT between processes.
+    r = run({"-p", "Count,Tags,Data,Ratio", "gi", "Test_Element.Name=\"alpha\""});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "veltra/cimv2:Test_Element.Name=\"alpha\"\n  Name = alpha\n  Count = 9\n"
+                     "  Ratio = 0.5\n  Tags = \"x\",\"y\"\n  Data = 4,5\n");
+
+    r = run({"mi", "Test_Element.Name=\"alpha\"", "Colour=red"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err.rfind("CMPI_RC_ERR_NO_SUCH_PROPERTY: ", 0), 0u) << r.err;
+    EXPECT_NE(r.err.find("Colour"), std::string::npos) << r.err;
+    r = run({"mi", "Test_Element.Name=\"alpha\"", "Count=lots"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err.rfind("CMPI_RC_ERR_INVALID_PARAMETER: Count", 0), 0u) << r.err;
+    r = run({"mi", "Test_Element.Name=\"gamma\"", "Count=1"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "CMPI_RC_ERR_NOT_FOUND: No matching instance found, KeyValue=gamma!\n");
+}
+
+TEST_F(Cli, InvokeTypesArgumentsAndReadsByteFiles) {
+    std::string image = writeFile("image.bin", std::string("\x00\xff\x07\x0a", 4));
+    Result r = run({"cm", "Test_Element.Name=\"alpha\"", "Echo", "Text=hello", "Number=21",
+                    "Numbers=1,-2,30", "Words=a,b,c", "When=20240102030405.000000+000",
+                    "Bytes=@" + image, "Flag=true"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "ReturnValue = 42\n"
+                     "  TextOut = HELLO\n"
+                     "  Sum = 29\n"
+                     "  WhenOut = 20240102030406.000000+000\n"
+                     "  WordsOut = \"c\",\"b\",\"a\"\n"
+                     "  ByteCount = 4\n"
+                     "  ByteSum = 272\n"
+                     "  BytesOut = 0,255,7,10\n"
+                     "  FlagOut = FALSE\n");
+
+    r = run({"cm", "Test_Element", "Echo", "Bytes=@" + root_.path() + "/missing.bin"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("missing.bin"), std::string::npos) << r.err;
+    r = run({"cm", "Test_Element", "Echo", "Number=-1"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err.rfind("CMPI_RC_ERR_INVALID_PARAMETER: Number", 0), 0u) << r.err;
+}
+
+TEST_F(Cli, FailuresExitNonZeroWithTheCodeName) {
+    Result r = run({"gi", "Test_Element.Name=\"gamma\""});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "CMPI_RC_ERR_NOT_FOUND: No matching instance found, KeyValue=gamma!\n");
+
+    r = run({"cm", "Test_Element", "Raise", "Kind=status"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err.rfind("CMPI_RC_ERR_ACCESS_DENIED: denied on purpose", 0), 0u) << r.err;
+
+    r = run({"ei", "Test_Bad"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err.rfind("CMPI_RC_ERR_FAILED: ", 0), 0u) << r.err;
+    EXPECT_NE(r.err.find("Bogus"), std::string::npos) << r.err;
+    r = run({"--no-strict", "ei", "Test_Bad"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("  Bogus = not in the class\n"), std::string::npos) << r.out;
+
+    r = run({"gi", "Test_Element.Name=\"alpha"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err.rfind("CMPI_RC_ERR_INVALID_PARAMETER: bad object path", 0), 0u) << r.err;
+    r = run({"--provider", root_.path() + "/libNothing.so", "ei", "Test_Element"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err.rfind("CMPI_RC_", 0), 0u) << r.err;
+}
+
+}  // namespace
