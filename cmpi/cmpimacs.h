@@ -386,15 +386,15 @@ static inline char *cmpi_string_chars_(const CMPIString *s) {
 
 #ifdef __cplusplus
 /* The hook is provider code: in C++ it may throw. */
-#define CMPI_STUB_RUN_HOOK_(hook, rc)                                         \
+#define CMPI_STUB_RUN_HOOK_(hook, st)                                         \
   try {                                                                       \
     hook;                                                                     \
   } catch (...) {                                                             \
-    (rc)->rc = CMPI_RC_ERR_FAILED;                                            \
-    (rc)->msg = NULL;                                                         \
+    (st)->rc = CMPI_RC_ERR_FAILED;                                            \
+    (st)->msg = NULL;                                                         \
   }
 #else
-#define CMPI_STUB_RUN_HOOK_(hook, rc) hook;
+#define CMPI_STUB_RUN_HOOK_(hook, st) hook;
 #endif
 
 /* Shared body of every Stub factory. */
