@@ -70,6 +70,8 @@ public:
     // A new request context (released with releaseContext).
     CMPIContext* newContext() const;
     void releaseContext(CMPIContext* ctx) const;
+    // What the provider wrote through logMessage and trace ("log <severity> <id>: text").
+    std::vector<std::string> loggedMessages() const;
 
     struct Impl;
 

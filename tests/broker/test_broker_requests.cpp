@@ -1,0 +1,223 @@
+// Requests through the broker to the fixture provider: results and statuses, strict
+// checking, method argument typing, object lifetime across requests, up-calls.
+#include <atomic>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "fixtures/fixture_support.h"
+
+using namespace vcim;
+using fixture::path;
+
+namespace {
+
+class BrokerRequests : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(broker.load().ok()); }
+    Status get(const std::string& id, Instance& out) {
+        return broker.getInstance(path("Fix_Item", id), nullptr, out);
+    }
+    Status invoke(const std::string& method, const std::vector<Property>& in, MethodResult& out) {
+        return broker.invokeMethod(path("Fix_Item", "a"), method, in, out);
+    }
+
+    Broker broker{fixture::options("full")};
+};
+
+TEST_F(BrokerRequests, EnumerateAndGetReturnTypedInstancesAndPaths) {
+    std::vector<Instance> all;
+    ASSERT_TRUE(broker.enumInstances(path("Fix_Item"), nullptr, all).ok());
+    ASSERT_EQ(all.size(), 2u);
+    const Instance& a = all[0];
+    EXPECT_EQ(a.path.nameSpace, "veltra/cimv2");  // defaulted by the broker
+    ASSERT_NE(a.path.key("Id"), nullptr);
+    EXPECT_EQ(a.path.key("Id")->s, "a");
+    struct Expect {
+        const char* name;
+        CMPIType type;
+        const char* text;
+    };
+    for (const Expect& e : {Expect{"Name", CMPI_string, "item a"}, Expect{"Count", CMPI_uint32, "1"},
+                            Expect{"Size", CMPI_uint64, "5000000000"},
+                            Expect{"When", CMPI_dateTime, "20231114221320.000000+000"},
+                            Expect{"Bytes", CMPI_uint8A, "1,2,3"}}) {
+        const Value* v = a.get(e.name);
+        ASSERT_NE(v, nullptr) << e.name;
+        EXPECT_EQ(v->type, e.type) << e.name;
+        EXPECT_EQ(v->toCimString(), e.text) << e.name;
+    }
+
+    // The client's property list reaches the provider; its filter keeps the key.
+    PropertyList names{"Count"};
+    ASSERT_TRUE(broker.enumInstances(path("Fix_Item"), &names, all).ok());
+    ASSERT_EQ(all[1].props.size(), 2u);
+    EXPECT_EQ(all[1].props[0].name, "Id");
+    EXPECT_EQ(all[1].props[1].name, "Count");
+
+    std::vector<ObjectPath> paths;
+    ASSERT_TRUE(broker.enumInstanceNames(path("Fix_Item"), paths).ok());
+    ASSERT_EQ(paths.size(), 2u);
+    EXPECT_EQ(paths[1].key("Id")->s, "b");
+
+    Instance inst;
+    EXPECT_TRUE(get("b", inst).ok());
+    EXPECT_EQ(inst.get("Count")->n.u, 2u);
+    Status st = get("none", inst);  // OK without an instance
+    EXPECT_EQ(st.rc, CMPI_RC_ERR_NOT_FOUND);
+    st = get("zz", inst);
+    EXPECT_EQ(st.rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_EQ(st.msg, "no item zz");
+    EXPECT_TRUE(get("child", inst).ok());  // inherited properties are declared
+
+    // create, modify, delete
+    Instance created;
+    created.set("Id", Value::string("new"));
+    ObjectPath where;
+    ASSERT_TRUE(broker.createInstance(path("Fix_Item"), created, where).ok());
+    EXPECT_EQ(where.key("Id")->s, "new");
+    fixture::Library lib("full");
+    Instance changed;
+    changed.set("Name", Value::string("renamed"));
+    PropertyList only{"Name"};
+    ASSERT_TRUE(broker.modifyInstance(path("Fix_Item", "a"), changed, &only).ok());
+    EXPECT_STREQ(&lib.var<char>("fixture_modified_name"), "renamed");
+    EXPECT_EQ(lib.var<int>("fixture_modified_props"), 1);
+    EXPECT_EQ(broker.modifyInstance(path("Fix_Item", "b"), changed, nullptr).rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_TRUE(broker.deleteInstance(path("Fix_Item", "a")).ok());
+    EXPECT_EQ(broker.deleteInstance(path("Fix_Item", "q")).rc, CMPI_RC_ERR_NOT_FOUND);
+}
+
+TEST_F(BrokerRequests, StrictModeRejectsWhatTheClassDoesNotDeclare) {
+    struct Case {
+        const char* id;
+        const char* msg;
+    };
+    const Case cases[] = {
+        {"badtype", "strict: Fix_Item.Size is declared uint64 but the provider set uint16"},
+        {"undeclared", "strict: Fix_Item has no property Foo"},
+        {"nokey", "strict: Fix_Item.Id is a key but the provider did not set it"},
+        {"nullkey", "strict: Fix_Item.Id is a key but the provider set it null"},
+        {"unknown", "strict: unknown class Fix_Nope"},
+    };
+    Instance inst;
+    for (const Case& c : cases) {
+        Status st = get(c.id, inst);
+        EXPECT_EQ(st.rc, CMPI_RC_ERR_FAILED) << c.id;
+        EXPECT_EQ(st.msg, c.msg);
+    }
+    Broker lax(fixture::options("full", false));
+    ASSERT_TRUE(lax.load().ok());
+    ASSERT_TRUE(lax.getInstance(path("Fix_Item", "badtype"), nullptr, inst).ok());
+    EXPECT_EQ(inst.get("Size")->type, CMPI_uint16);
+}
+
+TEST_F(BrokerRequests, MethodArgumentsAreTypedFromTheDeclaration) {
+    MethodResult r;
+    const std::vector<Property> in = {
+        {"Value", Value::string("42")},        {"Flag", Value::string("true")},
+        {"Values", Value::string("1,-2,3")},   {"Text", Value::string("hi")},
+        {"When", Value::uint(CMPI_uint64, 5)},  // typed: passes as it is
+    };
+    Status st = invoke("Echo", in, r);
+    ASSERT_TRUE(st.ok()) << st.msg;
+    EXPECT_EQ(r.returnValue.type, CMPI_uint32);
+    EXPECT_EQ(r.returnValue.n.u, 5u);
+    ASSERT_EQ(r.out.size(), 5u);  // in the order the provider added them (reversed)
+    EXPECT_EQ(r.out[0].name, "When");
+    EXPECT_EQ(r.out[0].value.type, CMPI_uint64);
+    EXPECT_EQ(r.out[2].value.type, CMPI_sint16A);
+    EXPECT_EQ(r.out[2].value.toCimString(), "1,-2,3");
+    EXPECT_EQ(r.out[3].value.type, CMPI_boolean);
+    EXPECT_EQ(r.out[3].value.n.u, 1u);
+    EXPECT_EQ(r.out[4].value.type, CMPI_uint32);
+    EXPECT_EQ(r.out[4].value.n.u, 42u);
+
+    st = invoke("Echo", {{"Bogus", Value::string("1")}}, r);
+    EXPECT_EQ(st.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+    EXPECT_NE(st.msg.find("Bogus"), std::string::npos);
+    st = invoke("Echo", {{"Value", Value::string("forty")}}, r);
+    EXPECT_EQ(st.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+    EXPECT_NE(st.msg.find("Value"), std::string::npos);
+    EXPECT_EQ(invoke("Undeclared", {}, r).rc, CMPI_RC_ERR_METHOD_NOT_FOUND);
+}
+
+TEST_F(BrokerRequests, RequestObjectsAreFreedAndClonesOutliveTheRequest) {
+    const size_t before = cmpi::trackedCount();
+    Instance inst;
+    ASSERT_TRUE(get("churn", inst).ok());  // leaves 1000 strings behind
+    EXPECT_EQ(cmpi::trackedCount(), before);
+
+    MethodResult r;
+    EXPECT_EQ(invoke("Kept", {}, r).rc, CMPI_RC_ERR_NOT_FOUND);
+    ASSERT_TRUE(invoke("Keep", {}, r).ok());
+    ASSERT_TRUE(invoke("Kept", {}, r).ok());  // read from a clone made by an earlier request
+    EXPECT_EQ(r.returnValue.type, CMPI_string);
+    EXPECT_EQ(r.returnValue.s, "item a");
+    ASSERT_TRUE(invoke("Drop", {}, r).ok());
+}
+
+TEST_F(BrokerRequests, AssociationsNeedAnAssociationProvider) {
+    std::vector<ObjectPath> out;
+    EXPECT_EQ(broker.associatorNames(path("Fix_Item", "a"), out).rc, CMPI_RC_ERR_NOT_SUPPORTED);
+    EXPECT_EQ(broker.referenceNames(path("Fix_Item", "a"), out).rc, CMPI_RC_ERR_NOT_SUPPORTED);
+    Broker withAssoc(fixture::options("assoc"));
+    ASSERT_TRUE(withAssoc.load().ok());
+    ASSERT_TRUE(withAssoc.associatorNames(path("Fix_Item", "a"), out).ok());
+    ASSERT_EQ(out.size(), 1u);
+    EXPECT_EQ(out[0].key("Id")->s, "b");
+    EXPECT_TRUE(withAssoc.referenceNames(path("Fix_Item", "a"), out).ok());
+    EXPECT_TRUE(out.empty());
+}
+
+TEST_F(BrokerRequests, UpCallsReachTheLoadedProvider) {
+    const CMPIBroker* mb = broker.cmpiBroker();
+    cmpi::Scope request;
+    CMPIContext* ctx = broker.newContext();
+    CMPIObjectPath* op = mb->eft->newObjectPath(mb, "veltra/cimv2", "Fix_Item", nullptr);
+    CMPIStatus rc{};
+    CMPIEnumeration* en = mb->bft->enumerateInstances(mb, ctx, op, nullptr, &rc);
+    ASSERT_EQ(rc.rc, CMPI_RC_OK);
+    CMPIData first = en->ft->getNext(en, nullptr);
+    ASSERT_EQ(first.type, CMPI_instance);
+    CMPIData name = first.value.inst->ft->getProperty(first.value.inst, "Name", nullptr);
+    EXPECT_EQ(fixture::chars(name.value.string), "item a");
+
+    op->ft->addKey(op, "Id", reinterpret_cast<const CMPIValue*>("nope"), CMPI_chars);
+    EXPECT_EQ(mb->bft->getInstance(mb, ctx, op, nullptr, &rc), nullptr);
+    EXPECT_EQ(rc.rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_EQ(fixture::chars(rc.msg), "no item nope");
+
+    CMPIArgs* in = mb->eft->newArgs(mb, nullptr);
+    CMPIArgs* out = mb->eft->newArgs(mb, nullptr);
+    in->ft->addArg(in, "Text", reinterpret_cast<const CMPIValue*>("up"), CMPI_chars);
+    CMPIData ret = mb->bft->invokeMethod(mb, ctx, op, "Echo", in, out, &rc);
+    ASSERT_EQ(rc.rc, CMPI_RC_OK);
+    EXPECT_EQ(ret.value.uint32, 1u);
+    EXPECT_EQ(fixture::chars(out->ft->getArg(out, "Text", nullptr).value.string), "up");
+    EXPECT_EQ(mb->bft->execQuery(mb, ctx, op, "q", "WQL", &rc), nullptr);
+    EXPECT_EQ(rc.rc, CMPI_RC_ERR_NOT_SUPPORTED);
+    broker.releaseContext(ctx);
+}
+
+TEST_F(BrokerRequests, ConcurrentRequestsFromSeveralThreads) {
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 150; ++i) {
+                Instance inst;
+                MethodResult r;
+                std::vector<Instance> all;
+                const bool ok = get(t % 2 ? "a" : "churn", inst).ok() &&
+                                invoke("Echo", {{"Value", Value::string(std::to_string(i))}}, r).ok() &&
+                                r.out.at(0).value.n.u == static_cast<uint64_t>(i) &&
+                                broker.enumInstances(path("Fix_Item"), nullptr, all).ok() && all.size() == 2;
+                if (!ok || cmpi::trackedCount() != 0) ++failures;
+            }
+        });
+    for (auto& th : threads) th.join();
+    EXPECT_EQ(failures.load(), 0);
+}
+
+}  // namespace
