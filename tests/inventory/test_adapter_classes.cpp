@@ -1,0 +1,266 @@
+// "Veltra_Adapter", "VeltraNIC_Adapter" and "Veltra_PhysicalPort" as a
+// client sees them: the shipped provider library in the in-process object
+// manager (strict mode against the shipped class declarations) over the
+// simulated adapter library, with injected faults.
+#include "frame_test.h"
+#include "vtapi.h"
+
+#include <nlohmann/json.hpp>
+
+#include <map>
+
+namespace {
+
+using Json = nlohmann::json;
+using Props = std::map<std::string, std::string>;
+
+const char* const kAdapter = "Veltra_Adapter";
+const char* const kNICAdapter = "VeltraNIC_Adapter";
+const char* const kPort = "Veltra_PhysicalPort";
+const char* const kFC = "VT27C40118";
+const char* const kCNA = "VT26N51203"; // partitioned; NIC, FCoE and iSCSI on two ports
+
+// Adapters of the shapes the property rules tell apart.
+Json shapesHost()
+{
+    Json host = Json::parse(R"({"adapters": [
+      {"name": "VTNOPORTS1", "kind": "fc", "ports": null},
+      {"name": "VTBOOT0001", "kind": "cna", "ports": [
+        {"number": 0, "functions": [{"type": "nic", "name": "vmnic30"}]},
+        {"number": 1, "functions": [{"type": "fcoe", "name": "vmhba30", "fc": {"bi_valid": 5}},
+                                    {"type": "fc", "name": "vmhba31", "fc": {"bi_valid": 9}}]}],
+        "sriov": {"driver_support": 0}},
+      {"name": "VTNICONLY1", "kind": "nic", "ports": [
+        {"number": 0, "functions": [{"type": "nic", "name": "vmnic32"}]}]},
+      {"name": "VTEMPTY001", "kind": "iscsi", "ports": [{"number": 2, "functions": null}]}]})");
+    host["adapters"].push_back({{"name", std::string(127, 'L')},
+                                {"kind", "fc"},
+                                {"ports", Json::parse(R"([{"number": 0, "functions": [{"type": "fc"}]}])")}});
+    return host;
+}
+
+class AdapterClassTest : public FrameTest {
+protected:
+    void start(const Json* host = nullptr)
+    {
+        if (host) {
+            ASSERT_EQ(vtsim_load_host_json(host->dump().c_str()), 0) << vtsim_last_error();
+        }
+        const vcim::Status loaded = load();
+        ASSERT_TRUE(loaded.ok()) << loaded.msg;
+    }
+
+    vcim::Status get(const char* cls, const std::string& key, Props& props,
+                     const vcim::PropertyList* list = nullptr)
+    {
+        vcim::Instance instance;
+        const vcim::Status st = broker().getInstance(keyPath(cls, key), list, instance);
+        props.clear();
+        for (const vcim::Property& p : instance.props)
+            props[p.name] = p.value.toCimString();
+        return st;
+    }
+    Props get(const char* cls, const std::string& key)
+    {
+        Props props;
+        const vcim::Status st = get(cls, key, props);
+        EXPECT_TRUE(st.ok()) << key << ": " << st.msg;
+        return props;
+    }
+    std::vector<std::string> keys(const char* cls)
+    {
+        std::vector<vcim::ObjectPath> paths;
+        EXPECT_TRUE(broker().enumInstanceNames(classPath(cls), paths).ok());
+        std::vector<std::string> found;
+        for (const vcim::ObjectPath& p : paths)
+            found.push_back(p.key("InstanceID")->s);
+        return found;
+    }
+    vcim::Status call(const char* cls, const std::string& key, const char* method,
+                      const std::vector<vcim::Property>& in = {})
+    {
+        result_ = vcim::MethodResult{};
+        return broker().invokeMethod(keyPath(cls, key), method, in, result_);
+    }
+
+    vcim::MethodResult result_;
+};
+
+TEST_F(AdapterClassTest, AdaptersShowTheirIdentityVersionsPartitioningAndSRIOV)
+{
+    start();
+    EXPECT_EQ(keys(kAdapter), (std::vector<std::string>{kFC, "VT25T30942", "VT12E00317", kCNA}));
+    std::vector<vcim::Instance> all;
+    ASSERT_TRUE(broker().enumInstances(classPath(kAdapter), nullptr, all).ok());
+    EXPECT_EQ(all.size(), 4u);
+
+    const Props fc = get(kAdapter, kFC);
+    EXPECT_EQ(fc.at("SerialNumber"), kFC);
+    EXPECT_EQ(fc.at("AdapterType"), "1");
+    EXPECT_EQ(fc.at("PCIBusID"), "59");
+    EXPECT_EQ(fc.at("SubSystemID"), "45872");
+    EXPECT_EQ(fc.at("PhysicalPortCount"), "2");
+    EXPECT_EQ(fc.at("FlashBIOSVersion"), "3.64");
+    EXPECT_EQ(fc.at("FCodeVersion"), "4.15");
+    EXPECT_EQ(fc.at("EFIVersion"), "7.36");
+    EXPECT_EQ(fc.at("AdapterModel"), "VT3402-C 32Gb 2-port FC HBA");
+    // Only FC functions: SR-IOV not valid; not partitioned: no masks.
+    EXPECT_EQ(fc.at("SRIOVFieldsValid"), "0");
+    for (const char* absent :
+         {"SRIOVMaxVF", "SRIOVStatus", "SRIOV_VF", "ManagementFunctionName", "FeatureMask", "ExclusivityMask"})
+        EXPECT_EQ(fc.count(absent), 0u) << absent;
+
+    const Props cna = get(kAdapter, "vt26n51203"); // keys ignore case
+    EXPECT_EQ(cna.at("InstanceID"), kCNA);
+    EXPECT_EQ(cna.at("AdapterType"), "3");
+    EXPECT_EQ(cna.at("ManagementFunctionName"), "vmnic4");
+    EXPECT_EQ(cna.at("FeatureMask"), "7");
+    EXPECT_EQ(cna.at("ExclusivityMask"), "1");
+    EXPECT_EQ(cna.at("PXEVersion"), "3.12.0");
+    EXPECT_EQ(cna.at("FlashMultiBootVersion"), "03.20.12");
+    EXPECT_EQ(cna.at("SRIOVFieldsValid"), "1");
+    EXPECT_EQ(cna.at("SRIOVMaxVF"), "16,16");
+    EXPECT_EQ(cna.at("SRIOVStatus"), "1");
+    EXPECT_EQ(cna.at("SRIOV_VF"), "4,4");
+
+    // A property list keeps the key and the properties asked for.
+    Props some;
+    const vcim::PropertyList list{"SerialNumber"};
+    ASSERT_TRUE(get(kAdapter, kCNA, some, &list).ok());
+    EXPECT_EQ(some, (Props{{"InstanceID", kCNA}, {"SerialNumber", kCNA}}));
+
+    const vcim::Status missing = get(kAdapter, "VT00NOSUCH", some);
+    EXPECT_EQ(missing.rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_EQ(missing.msg, "VT00NOSUCH");
+    EXPECT_EQ(logCount("getInstance_Adapter: Error no matching instance found, KeyValue=VT00NOSUCH!"), 1u);
+}
+
+TEST_F(AdapterClassTest, SRIOVPropertiesFollowTheNICFunctionAndTheLibrary)
+{
+    const Json host = shapesHost();
+    start(&host);
+    // Capability flags not all set: no SR-IOV property at all.
+    Props boot = get(kAdapter, "VTBOOT0001");
+    for (const char* absent : {"SRIOVFieldsValid", "SRIOVMaxVF", "SRIOVStatus", "SRIOV_VF"})
+        EXPECT_EQ(boot.count(absent), 0u) << absent;
+
+    // The capability cannot be read: only "SRIOVFieldsValid" 0.
+    ASSERT_EQ(vtsim_fault("VTAPI_GetSRIOVCapabilities", VTAPI_STATUS_NOT_SUPPORTED, 1), 0);
+    Props nic = get(kAdapter, "VTNICONLY1");
+    EXPECT_EQ(nic.at("SRIOVFieldsValid"), "0");
+    EXPECT_EQ(nic.count("SRIOVMaxVF"), 0u);
+
+    // The status cannot be read: the capability alone.
+    ASSERT_EQ(vtsim_fault("VTAPI_GetSRIOVStatus_v2", VTAPI_STATUS_BAD, 1), 0);
+    nic = get(kAdapter, "VTNICONLY1");
+    EXPECT_EQ(nic.at("SRIOVFieldsValid"), "1");
+    EXPECT_EQ(nic.at("SRIOVMaxVF"), "16,0");
+    EXPECT_EQ(nic.count("SRIOVStatus"), 0u);
+    EXPECT_EQ(nic.count("SRIOV_VF"), 0u);
+    nic = get(kAdapter, "VTNICONLY1");
+    EXPECT_EQ(nic.at("SRIOVStatus"), "1");
+    EXPECT_EQ(nic.at("SRIOV_VF"), "2,0");
+}
+
+TEST_F(AdapterClassTest, BootInformationAndPortlessAdapters)
+{
+    const Json host = shapesHost();
+    start(&host);
+    // The first FC or FCoE function in port and function order.
+    EXPECT_EQ(get(kAdapter, "VTBOOT0001").at("BIValid"), "5");
+    EXPECT_EQ(get(kAdapter, "VTNICONLY1").at("BIValid"), "0");
+
+    const Props none = get(kAdapter, "VTNOPORTS1");
+    EXPECT_EQ(none.at("PhysicalPortCount"), "0");
+    EXPECT_EQ(none.at("BIValid"), "0");
+    EXPECT_EQ(none.at("SRIOVFieldsValid"), "0");
+    EXPECT_EQ(get(kNICAdapter, "VTNOPORTS1").at("PhysicalPortCount"), "0");
+    EXPECT_EQ(get(kAdapter, std::string(127, 'L')).at("SerialNumber"), std::string(127, 'L'));
+}
+
+TEST_F(AdapterClassTest, PhysicalPortsCarryTheirProtocolsAndAreFoundByNumber)
+{
+    const Json host = shapesHost();
+    start(&host);
+    // Ports without a protocol list and adapters without ports give none.
+    const std::vector<std::string> ports = keys(kPort);
+    EXPECT_EQ(ports, (std::vector<std::string>{"VTBOOT0001;0", "VTBOOT0001;1", "VTNICONLY1;0",
+                                               std::string(127, 'L') + ";0"}));
+    const Props fc = get(kPort, "vtboot0001;1");
+    EXPECT_EQ(fc.at("InstanceID"), "VTBOOT0001;1");
+    EXPECT_EQ(fc.at("SupportedProtocolTypes"), "10"); // FC and FCoE
+    EXPECT_EQ(fc.at("PortNumber"), "1");
+    EXPECT_EQ(get(kPort, "VTBOOT0001;0").at("SupportedProtocolTypes"), "1");
+    EXPECT_EQ(get(kPort, std::string(127, 'L') + ";0").at("SupportedProtocolTypes"), "2");
+
+    Props props;
+    for (const std::string& key : {std::string("VTBOOT0001;7"), std::string("VTBOOT0001"),
+                                   std::string("VTBOOT0001;x"), std::string(";0"), std::string(128, 'L') + ";0"})
+        EXPECT_EQ(get(kPort, key, props).rc, CMPI_RC_ERR_NOT_FOUND) << key;
+}
+
+TEST_F(AdapterClassTest, PartitionedAdapterOnItsPortsAndFromTheEthernetSide)
+{
+    start();
+    const Props port = get(kPort, std::string(kCNA) + ";1");
+    EXPECT_EQ(port.at("SupportedProtocolTypes"), "13"); // NIC, iSCSI, FCoE
+    EXPECT_EQ(port.at("ManagementFunctionName"), "vmnic4");
+    EXPECT_EQ(port.at("BusNumber"), "175");
+    EXPECT_EQ(get(kPort, std::string(kFC) + ";0").count("ManagementFunctionName"), 0u);
+
+    EXPECT_EQ(keys(kNICAdapter), keys(kAdapter));
+    const Props nic = get(kNICAdapter, kCNA);
+    EXPECT_EQ(nic.at("DeviceID"), nic.at("ChipModel"));
+    EXPECT_NE(nic.at("DeviceID"), "0");
+    EXPECT_EQ(nic.at("DriverVersion").empty(), false);
+    EXPECT_EQ(nic.at("ManagementFunctionName"), "vmnic4");
+    EXPECT_EQ(nic.at("FeatureMask"), "7");
+    EXPECT_EQ(nic.count("SRIOVFieldsValid"), 0u);
+    const Props fcSide = get(kNICAdapter, kFC);
+    for (const char* absent : {"DeviceID", "ChipModel", "DriverVersion", "ManagementFunctionName"})
+        EXPECT_EQ(fcSide.count(absent), 0u) << absent;
+    EXPECT_EQ(fcSide.at("FlashFirmwareVersion"), "9.12.01");
+}
+
+TEST_F(AdapterClassTest, PartitioningAndSRIOVMethodsReportTheLibrarysCode)
+{
+    start();
+    ASSERT_TRUE(call(kAdapter, kCNA, "EnableNICPartitioning").ok());
+    EXPECT_EQ(result_.returnValue.n.u, 0u);
+    EXPECT_EQ(logCount("****** EnableNPAR completed successfully"), 1u);
+
+    ASSERT_EQ(vtsim_fault("VTAPI_NparP3PReadActiveNparRegion_V2", VTAPI_STATUS_BAD, 2), 0);
+    vcim::Status st = call(kNICAdapter, kCNA, "disablenicpartitioning");
+    EXPECT_EQ(st.rc, CMPI_RC_ERR_FAILED);
+    EXPECT_EQ(st.msg, "Failed to enable NPAR, ErrorCode=9!");
+    st = call(kAdapter, kCNA, "EnableNICPartitioning");
+    EXPECT_EQ(st.msg, "Failed to enable NPAR, ErrorCode=9!");
+
+    const vcim::Value vfs =
+        vcim::Value::array(CMPI_uint32, {vcim::Value::uint(CMPI_uint32, 8), vcim::Value::uint(CMPI_uint32, 2)});
+    st = call(kAdapter, kCNA, "SetSRIOVStatus",
+              {{"sriov_status", vcim::Value::uint(CMPI_uint32, 0)}, {"sriov_vf", vfs}});
+    ASSERT_TRUE(st.ok()) << st.msg;
+    EXPECT_EQ(logCount("****** VTAPI_SetSRIOVStatus completed successfully"), 1u);
+    const Props after = get(kAdapter, kCNA);
+    EXPECT_EQ(after.at("SRIOVStatus"), "0");
+    EXPECT_EQ(after.at("SRIOV_VF"), "8,2");
+
+    st = call(kAdapter, kCNA, "SetSRIOVStatus", {{"sriov_vf", vfs}});
+    EXPECT_EQ(st.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(st.msg, "Missing required argument [sriov_status]!");
+    ASSERT_EQ(vtsim_fault("VTAPI_SetSRIOVStatus", VTAPI_STATUS_BUSY, 1), 0);
+    st = call(kAdapter, kCNA, "SetSRIOVStatus", {{"sriov_status", vcim::Value::uint(CMPI_uint32, 1)}});
+    EXPECT_EQ(st.msg, "Failed to enable NPAR, ErrorCode=7!");
+    // No NIC function to set it on.
+    st = call(kAdapter, kFC, "SetSRIOVStatus", {{"sriov_status", vcim::Value::uint(CMPI_uint32, 1)}});
+    EXPECT_EQ(st.msg, "Failed to enable NPAR, ErrorCode=3!");
+
+    EXPECT_EQ(call(kAdapter, "VT00NOSUCH", "EnableNICPartitioning").msg,
+              "No matching instance found, KeyValue=VT00NOSUCH!");
+    EXPECT_EQ(call(kAdapter, kCNA, "Frobnicate").rc, CMPI_RC_ERR_METHOD_NOT_FOUND);
+    EXPECT_EQ(call(kNICAdapter, kCNA, "SetSRIOVStatus", {{"sriov_status", vcim::Value::uint(CMPI_uint32, 1)}}).rc,
+              CMPI_RC_ERR_METHOD_NOT_FOUND);
+}
+
+} // namespace
