@@ -35,6 +35,9 @@ TEST_F(Swap, StagedHostAppearsOnlyAfterTheSwapAndTheOldTreeIsReleasedThen) {
     VTAPI_ResetConfigChange();
     EXPECT_EQ(VTAPI_DidConfigChange(), 0u);
 
+    // A write made after staging reaches the staged host's records.
+    vtsim::stateSet("fn/vmnic0/nic/link_state", 0);
+
     long released = vtsim_trees_released();
     ASSERT_EQ(VTAPI_UpdateBackupAdapterList(), VTAPI_STATUS_OK);
     // Until the swap the current tree is unchanged and every pointer valid.
@@ -54,6 +57,10 @@ TEST_F(Swap, StagedHostAppearsOnlyAfterTheSwapAndTheOldTreeIsReleasedThen) {
     ASSERT_NE(now, nullptr);
     EXPECT_EQ(now->count, 2u);
     EXPECT_STREQ(now->first->name, "NEW-1");
+    vtapi_protocol_t* nic = now->first->next->phy_ports->first->protocols->first;
+    EXPECT_STREQ(nic->name, "vmnic0");
+    EXPECT_EQ(nic->nic.link_state, 0u);
+    EXPECT_EQ(now->first->next->phy_ports->first->next->protocols->first->nic.link_state, 1u);
     EXPECT_EQ(vtsim_trees_released(), released + 1) << "the old tree is released by the swap";
     {
         auto g = vtsim::lock();

@@ -285,7 +285,7 @@ bool enter(const char* op, int& rc, const char* fmt, ...) {
         ++g.counts[op];
         ++g.totalCalls;
 
-        const json& b = behaviour(op);
+        json b = behaviour(op);
         delayMs = b.value("delay_ms", 0u);
         auto d = g.delays.find(op);
         if (d != g.delays.end()) delayMs = d->second;
@@ -305,13 +305,12 @@ bool enter(const char* op, int& rc, const char* fmt, ...) {
     return fire;
 }
 
-const json& behaviour(const char* op) {
-    static const json kEmpty = json::object();
+json behaviour(const char* op) {
     auto l = lock();
     start();
     const json& b = G().current->behaviour;
     auto it = b.find(op);
-    return (it != b.end() && it->is_object()) ? *it : kEmpty;
+    return (it != b.end() && it->is_object()) ? *it : json::object();
 }
 
 bool isKnownOperation(const std::string& op) {

@@ -1038,6 +1038,16 @@ bool checkBehaviour(const json& b, Ctx& c) {
 
 }  // namespace
 
+void applyState(Host& h) {
+    Ctx c;
+    c.state = &G().state;
+    for (auto& a : h.adapters) {
+        overlay(a.data, "adapter", a.name, c);
+        for (auto& p : a.ports)
+            for (auto& f : p.functions) overlay(f.data, "fn", f.name, c);
+    }
+}
+
 std::shared_ptr<Host> parseHost(const json& doc, std::string& err) {
     Ctx c;
     {

@@ -13,7 +13,9 @@
 //   reboot_required     set by every write (not persisted: a reboot clears it)
 // Adapter data: "mezzanine" (bool).
 // Behaviour: VTAPI_RefreshDeviceStats.io_step adds to the traffic counters
-// on each refresh (default 0: counters stay as described).
+// on each refresh (default 0: counters stay as described);
+// VTAPI_IsRebootRequired.answer, when given, is the answer to every reboot
+// query (0: writes never need a reboot).
 #include "ops_common.h"
 
 #include <cstddef>
@@ -303,7 +305,8 @@ VTAPI_STATUS VTAPI_IsRebootRequired(VTAPISDMDevice* device, uint8_t* reboot_requ
     OPS_ENTER("VTAPI_IsRebootRequired", "device=%p", (void*)device);
     if (!reboot_required) return VTAPI_STATUS_INVALID_PARAM;
     FC_DEVICE_OR_FAIL(device);
-    *reboot_required = num<uint8_t>(fn.data, "fc/reboot_required", 0) ? 1 : 0;
+    const uint8_t pending = num<uint8_t>(fn.data, "fc/reboot_required", 0) ? 1 : 0;
+    *reboot_required = num<uint8_t>(behaviour("VTAPI_IsRebootRequired"), "answer", pending) ? 1 : 0;
     return VTAPI_STATUS_OK;
 }
 

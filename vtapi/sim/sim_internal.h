@@ -2,12 +2,12 @@
 //
 // Every exported VTAPI_* operation is written on top of this framework:
 //
-//   int VTAPI_GetVpd(uint32_t instance, uint32_t flags, uint8_t* buf, uint32_t* len) {
+//   VTAPI_STATUS VTAPI_GetVpd(uint32_t instance, uint32_t flags, uint8_t* buf, uint32_t* len) {
 //       int rc;
 //       if (vtsim::enter("VTAPI_GetVpd", rc, "instance=%u", instance)) return rc;
 //       auto g = vtsim::lock();
 //       vtsim::FnRef r = vtsim::findByInstance(instance);
-//       if (!r) return VTAPI_STATUS_BAD;   // or whatever code vtapi.h defines
+//       if (!r.fn) return VTAPI_STATUS_NOT_FOUND;
 //       ...copy r.fn->vpd into buf, bounded by *len...
 //   }
 //
@@ -22,6 +22,10 @@
 //
 // All model access happens under the one recursive mutex: `auto g = vtsim::lock();`
 // References returned by the find* functions stay valid only while it is held.
+//
+// records.h has the field tables that map node data onto the C records (the
+// same tables check a description when it loads) and the Ethernet counter
+// names; README.md lists the data keys and their defaults.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -115,9 +119,9 @@ Host& host();
 bool enter(const char* op, int& rc, const char* fmt = nullptr, ...)
     __attribute__((format(printf, 3, 4)));
 
-// The behaviour entry of op from the host description ({} when none), e.g.
-// behaviour("VTAPI_NicGetFirmwareDump").value("dump_size", 4096).
-const json& behaviour(const char* op);
+// A copy of the behaviour entry of op from the host description ({} when
+// none), e.g. behaviour("VTAPI_NicGetFirmwareDump").value("dump_size", 4096).
+json behaviour(const char* op);
 
 // The table of exported operation names (operations.def); faults and delays
 // for names outside it are refused.

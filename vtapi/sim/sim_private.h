@@ -49,6 +49,8 @@ bool treesInitialized();
 
 // Host side (host_model.cpp).
 std::shared_ptr<Host> emptyHost();
+// Lays the persistent state over a host parsed earlier (a staged host).
+void applyState(Host& h);
 std::string lower(std::string s);
 
 // Parses "OP=VALUE[:COUNT]" lists; returns false with err set on bad items

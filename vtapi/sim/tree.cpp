@@ -7,6 +7,7 @@
 #include "records.h"
 #include "sim_private.h"
 
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <unordered_map>
@@ -385,6 +386,8 @@ FnRef findByProtocol(const _vtapi_protocol_t* rec) {
     return (r.fn && !r.t) ? r : FnRef{};
 }
 
+static_assert(offsetof(_vtapi_protocol_t, device) == 0, "the device record opens the protocol record");
+
 FnRef findByDevice(const _tagVTAPISDMDevice* rec) {
     // The device record is the first member of the protocol record.
     return findByProtocol(reinterpret_cast<const _vtapi_protocol_t*>(rec));
@@ -504,6 +507,8 @@ VTAPI_STATUS VTAPI_UpdateBackupAdapterList(void) {
     TreeState& ts = T();
     if (!ts.initialized) return VTAPI_STATUS_NOT_INITIALIZED;
     release(ts.backup);
+    // Writes made since the host was staged belong to the new tree too.
+    if (G().staged) applyState(*G().staged);
     ts.backup = build(G().staged ? G().staged : G().current);
     return VTAPI_STATUS_OK;
 }

@@ -1,0 +1,107 @@
+// vtsim-gen writes large descriptions that load with the shape asked for.
+#include "sim_internal.h"
+#include "vtapi.h"
+#include "vtsim.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <set>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+int gen(const std::string& args, const std::string& out) {
+    std::string cmd = std::string(VTSIM_GEN_EXE) + " " + args + " -o " + out + " 2>/dev/null";
+    int rc = std::system(cmd.c_str());
+    return WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
+}
+
+struct Counts {
+    unsigned adapters = 0, ports = 0, fc = 0, fcoe = 0, nic = 0, iscsi = 0, targets = 0, luns = 0;
+    std::set<std::string> wwns, names;
+};
+
+Counts count() {
+    Counts c;
+    for (auto* a = VTAPI_GetAdapterList()->first; a; a = a->next) {
+        ++c.adapters;
+        for (auto* p = a->phy_ports ? a->phy_ports->first : nullptr; p; p = p->next) {
+            ++c.ports;
+            for (auto* f = p->protocols ? p->protocols->first : nullptr; f; f = f->next) {
+                c.names.insert(f->name);
+                unsigned* kinds[] = {&c.fc, &c.fcoe, &c.nic, &c.iscsi};
+                ++*kinds[f->protocol_type & 3];
+                if (f->protocol_type >= VTAPI_PROTOCOL_NIC) continue;
+                c.wwns.insert(std::string(reinterpret_cast<const char*>(f->device.port_wwn), 8));
+                for (auto* t = f->device.targets->first; t; t = t->next) {
+                    ++c.targets;
+                    c.luns += t->luns ? t->luns->count : 0;
+                }
+            }
+        }
+    }
+    return c;
+}
+
+class Gen : public ::testing::Test {
+protected:
+    std::string file = "/tmp/vtsim-gen-" + std::to_string(getpid()) + ".json";
+    void SetUp() override { vtsim_reset(); }
+    void TearDown() override {
+        VTAPI_Uninitialize();
+        unlink(file.c_str());
+    }
+};
+
+TEST_F(Gen, ShapeFollowsTheOptions) {
+    ASSERT_EQ(gen("--adapters 6 --ports 4 --fc 2 --targets 5 --luns 7", file), 0);
+    ASSERT_EQ(vtsim_load_host_file(file.c_str()), 0) << vtsim_last_error();
+    ASSERT_EQ(VTAPI_Initialize(0, 0), VTAPI_STATUS_OK);
+    Counts c = count();
+    EXPECT_EQ(c.adapters, 6u);
+    EXPECT_EQ(c.ports, 24u);
+    EXPECT_EQ(c.fc, 48u);
+    EXPECT_EQ(c.targets, 48u * 5);
+    EXPECT_EQ(c.luns, 48u * 5 * 7);
+    EXPECT_EQ(c.wwns.size(), 48u) << "port WWNs are unique";
+    EXPECT_EQ(c.names.size(), 48u);
+}
+
+TEST_F(Gen, ConvergedAndMixedHostsWithVirtualFunctions) {
+    ASSERT_EQ(gen("--kind cna --adapters 3 --ports 2 --targets 1 --luns 1 --vfs 8", file), 0);
+    ASSERT_EQ(vtsim_load_host_file(file.c_str()), 0) << vtsim_last_error();
+    ASSERT_EQ(VTAPI_Initialize(0, 0), VTAPI_STATUS_OK);
+    Counts c = count();
+    EXPECT_EQ(c.nic, 6u);
+    EXPECT_EQ(c.fcoe, 6u);
+    EXPECT_EQ(c.iscsi, 6u);
+    EXPECT_EQ(c.fc, 0u);
+    EXPECT_NE(VTAPI_GetAdapterList()->first->npar, nullptr);
+    {
+        auto g = vtsim::lock();
+        EXPECT_EQ(vtsim::host().adapters[0].ports[0].functions[0].data["nic"]["sriov"]["num_vfs"], 8);
+    }
+    VTAPI_Uninitialize();
+
+    ASSERT_EQ(gen("--kind mix --adapters 10", file), 0);
+    ASSERT_EQ(vtsim_load_host_file(file.c_str()), 0) << vtsim_last_error();
+    ASSERT_EQ(VTAPI_Initialize(0, 0), VTAPI_STATUS_OK);
+    c = count();
+    EXPECT_EQ(c.adapters, 10u);
+    EXPECT_GT(c.fc, 0u);
+    EXPECT_GT(c.nic, 0u);
+    EXPECT_GT(c.iscsi, 0u);
+}
+
+TEST_F(Gen, BadOptionsAreRefused) {
+    EXPECT_EQ(gen("--adapters", file), 2);
+    EXPECT_EQ(gen("--adapters many", file), 2);
+    EXPECT_EQ(gen("--ports 999", file), 2);
+    EXPECT_EQ(gen("--kind toaster", file), 2);
+    EXPECT_EQ(gen("--frobnicate 1", file), 2);
+    EXPECT_NE(gen("--adapters 1", "/nonexistent/dir/x.json"), 0);
+}
+
+}  // namespace
