@@ -8,6 +8,7 @@
 #include <string>
 
 #include "broker.h"
+#include "cli/flash.h"
 #include "cli/options.h"
 #include "cli/output.h"
 #include "cli/typing.h"
@@ -164,6 +165,17 @@ Status runInvokeMethod(Session& s) {
     return st;
 }
 
+Status runFlash(Session& s) {
+    FlashRequest request;
+    request.adapterSerial = s.opt.args[0];
+    request.imageFile = s.opt.args[1];
+    request.async = s.opt.flashAsync;
+    request.option = s.opt.flashOption;
+    request.pieceSize = s.opt.pieceSize;
+    request.json = s.opt.json;
+    return RunFlash(*s.broker, request, FlashOutput{s.out, std::cerr, isatty(STDERR_FILENO) != 0});
+}
+
 const Verb kVerbs[] = {
     {"ecn", "", "list the class names declared in the MOF directory", "veltra-cim ecn", 0, 0,
      false, runEnumClassNames},
@@ -182,6 +194,10 @@ const Verb kVerbs[] = {
      "veltra-cim cm 'Veltra_Adapter.InstanceID=\"VT1234567\"' UpdateFlashFromImageBuffer "
      "FlashUpdateFlags=65535 TotalImageBufferSize=1024 ImageBuffer=@fw.bin",
      2, SIZE_MAX, true, runInvokeMethod},
+    {"flash", "ADAPTER-SERIAL IMAGE [--async] [--piece-size BYTES] [--option]",
+     "send a firmware image to an adapter in pieces (default 1 MiB); --async watches the job "
+     "until it ends, --option sets the update option",
+     "veltra-cim flash VT27C40118 fw.bin --async", 2, 2, true, runFlash},
 };
 
 const Verb* findVerb(const std::string& name) {
@@ -210,6 +226,8 @@ void printHelp(std::ostream& os) {
           "  -p, --props A,B    property list for ei and gi\n"
           "  --json             print results as JSON\n"
           "  --no-strict        do not check returned instances against their classes\n"
+          "  --async, --option, --piece-size BYTES\n"
+          "                     flash: asynchronous update, update option, piece size\n"
           "  -h, --help         this text\n"
           "\nExit status: 0 success, " << kExitFailed << " the request failed (the CMPI code name and\n"
           "message go to stderr), " << kExitUsage << " bad command line.\n";

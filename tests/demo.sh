@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Main job: runs veltra-cim on the freshly built tree in a temporary root.
 #   tests/demo.sh BUILDDIR
-# For now veltra-cim talks to the test provider (tests/broker/testprov).
+# First veltra-cim talks to the test provider (tests/broker/testprov), then
+# to the Veltra provider serving the simulated default host.
 set -euo pipefail
 build=$(cd "${1:?usage: tests/demo.sh BUILDDIR}" && pwd)
 top=$(cd "$(dirname "$0")/.." && pwd)
@@ -50,3 +51,16 @@ if "$cli" --provider "$provider" --name Test_Provider --mof "$mof" gi 'Test_Elem
 else
   echo "(exit status $?)"
 fi
+
+provider=$build/provider/libVeltra_Adapter_Provider.so.1
+[ -e "$provider" ] || { echo "demo: $provider is not built" >&2; exit 1; }
+echo
+echo "veltra-cim demo: provider $(basename "$provider") on the simulated default host, classes from $top/mof"
+host_step() { # title, then the veltra-cim arguments
+  local title=$1; shift
+  printf '\n=== %s\n' "$title"
+  show "$@"
+  "$cli" --provider "$provider" --mof "$top/mof" "$@"
+}
+host_step "The host's server instance" ei Veltra_Server
+host_step "Its FC ports" -p InstanceID,AdapterModel,PortType,Speed,MaxSpeed,PrincipalFabricWWN ei VeltraFC_Port

@@ -25,6 +25,7 @@ const ValueOption kValueOptions[] = {
          o.haveProps = true;
          o.props = splitList(v);
      }},
+    {"--piece-size", nullptr, [](Options& o, const std::string& v) { o.pieceSize = v; }},
 };
 
 struct FlagOption {
@@ -37,6 +38,8 @@ const FlagOption kFlagOptions[] = {
     {"--json", nullptr, [](Options& o) { o.json = true; }},
     {"--no-strict", nullptr, [](Options& o) { o.strict = false; }},
     {"--help", "-h", [](Options& o) { o.help = true; }},
+    {"--async", nullptr, [](Options& o) { o.flashAsync = true; }},
+    {"--option", nullptr, [](Options& o) { o.flashOption = true; }},
 };
 
 bool matches(const char* arg, const char* longName, const char* shortName) {

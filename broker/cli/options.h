@@ -18,6 +18,10 @@ struct Options {
     bool json = false;
     bool strict = true;
     bool help = false;
+    // flash verb
+    bool flashAsync = false;      // --async
+    bool flashOption = false;     // --option
+    std::string pieceSize;        // --piece-size BYTES; empty = default
     std::string verb;
     std::vector<std::string> args;  // the verb's operands
 };

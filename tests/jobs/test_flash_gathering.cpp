@@ -1,0 +1,270 @@
+// Firmware images sent in pieces to "UpdateFlashFromImageBuffer" and
+// flashed in the request: gathering, refusals, the staging files and the
+// library call chosen for each kind of adapter.
+#include "test_flash_support.h"
+
+namespace flashtest {
+namespace {
+
+class FlashGatheringTest : public FlashTest {
+protected:
+    // The only job staging file, which must exist.
+    std::string onlyStagedFile()
+    {
+        const auto files = stagedFiles();
+        EXPECT_EQ(files.size(), 1u);
+        return files.empty() ? std::string() : files.begin()->second;
+    }
+
+    void expectRefused(const vcim::Status& st, CMPIrc rc, const std::string& message)
+    {
+        EXPECT_EQ(st.rc, rc) << st.msg;
+        EXPECT_EQ(st.msg, message);
+        EXPECT_TRUE(logged("invokeMethod_Adapter: Error: " + message)) << message;
+    }
+};
+
+// An adapter of each shape the function choice must tell apart.
+Json choiceHost()
+{
+    return Json::parse(R"({"adapters": [
+      {"name": "VTMIX00001", "kind": "cna", "ports": [
+        {"number": 0, "functions": [{"type": "fc", "name": "vmhba40", "instance": 10},
+                                    {"type": "nic", "name": "vmnic40", "instance": 11},
+                                    {"type": "iscsi", "name": "vmhba41", "instance": 12}]},
+        {"number": 1, "functions": [{"type": "nic", "name": "vmnic41", "instance": 21},
+                                    {"type": "iscsi", "name": "vmhba42", "instance": 22}]}]},
+      {"name": "VTFCISCSI1", "kind": "cna", "ports": [
+        {"number": 3, "functions": [{"type": "iscsi", "name": "vmhba50", "instance": 31}]},
+        {"number": 1, "functions": [{"type": "fcoe", "name": "vmhba51", "instance": 32,
+                                     "fc": {"port_wwn": "21:00:00:1f:ee:00:00:51"}}]},
+        {"number": 2, "functions": [{"type": "fc", "name": "vmhba52", "instance": 33,
+                                     "fc": {"port_wwn": "21:00:00:1f:ee:00:00:52"}}]}]},
+      {"name": "VTISCSI001", "kind": "iscsi", "ports": [
+        {"number": 0, "functions": [{"type": "iscsi", "name": "vmhba60", "instance": 41},
+                                    {"type": "iscsi", "name": "vmhba61", "instance": 42}]}]},
+      {"name": "VTNOPORTS1", "kind": "fc", "ports": null}]})");
+}
+
+TEST_F(FlashGatheringTest, SinglePieceIsStagedUnderAJobNumberAndFlashedAtOnce)
+{
+    start("RemoveTempFlashFile=0\n");
+    const std::vector<uint8_t> image = pattern(1000, 1);
+    vcim::Status st = sendWhole(kFC, image);
+    ASSERT_TRUE(st.ok()) << st.msg;
+    EXPECT_EQ(returnValue(), 0u);
+    EXPECT_EQ(returnCode(), -1);
+    const auto files = stagedFiles();
+    ASSERT_EQ(files.size(), 1u);
+    EXPECT_EQ(files.begin()->second, text(image));
+
+    const std::vector<std::string> made = calls("VTAPI_doOptionROMUpdate");
+    ASSERT_EQ(made.size(), 1u);
+    EXPECT_NE(made[0].find("vtflash"), std::string::npos) << made[0];
+    EXPECT_NE(made[0].find("option=0"), std::string::npos) << made[0];
+    EXPECT_EQ(flashed(kFC)["last_size"], 1000);
+    EXPECT_EQ(flashed(kFC)["last_checksum"], checksum(image));
+    EXPECT_TRUE(logged("****** Successfully updated flash on adapter with serial number [VT27C40118]"));
+
+    // Bit 16 goes to the library as the update option; bit 17 is only asked
+    // for, so this one is flashed in the request too.
+    st = sendWhole(kFC, pattern(10, 2), kOption);
+    ASSERT_TRUE(st.ok()) << st.msg;
+    EXPECT_NE(calls("VTAPI_doOptionROMUpdate").back().find("option=1"), std::string::npos);
+    EXPECT_EQ(flashed(kFC)["updates"], 2);
+}
+
+TEST_F(FlashGatheringTest, PiecesAreGatheredUntilTheLastPieceCompletesTheImage)
+{
+    start("RemoveTempFlashFile=0\n");
+    const auto p0 = pattern(100, 1), p1 = pattern(100, 2), last = pattern(50, 3);
+    ASSERT_TRUE(send(kFC, p0, 300, 0).ok());
+    EXPECT_TRUE(
+        logged("invokeMethod_Adapter: **** Successfully saved the current buffer to existing flash image.  "
+               "Expect [200] more bytes"));
+    ASSERT_TRUE(send(kFC, p1, 300, 1).ok());
+    EXPECT_EQ(returnValue(), 0u);
+    EXPECT_TRUE(calls("VTAPI_doOptionROMUpdate").empty());
+    EXPECT_FALSE(fs::exists(at("/var/tmp/vtflash_partial.bin")));
+    // 65535 ends the image before all announced bytes came: the announced
+    // size is staged, the missing tail as zeros.
+    ASSERT_TRUE(send(kFC, last, 300, kLast).ok());
+    EXPECT_EQ(calls("VTAPI_doOptionROMUpdate").size(), 1u);
+    EXPECT_EQ(onlyStagedFile(), text(join({p0, p1, last, std::vector<uint8_t>(50, 0)})));
+
+    // Reaching the total completes only on the first piece: the client must
+    // end with 65535, and a piece beyond the total is refused.
+    vtsim_log_clear();
+    for (uint32_t n = 0; n < 3; ++n)
+        ASSERT_TRUE(send(kFC2, pattern(100, static_cast<uint8_t>(n)), 300, n).ok()) << n;
+    EXPECT_TRUE(
+        logged("invokeMethod_Adapter: **** Successfully saved the current buffer to existing flash image.  "
+               "Expect [0] more bytes"));
+    EXPECT_TRUE(calls("VTAPI_doOptionROMUpdate").empty());
+    expectRefused(send(kFC2, pattern(1, 9), 300, 3), CMPI_RC_ERR_INVALID_PARAMETER,
+                  "Invalid Image buffer size, size=1!");
+    EXPECT_TRUE(calls("VTAPI_doOptionROMUpdate").empty());
+}
+
+TEST_F(FlashGatheringTest, OutOfSequencePieceIsRefusedAndLeavesTheImageAsItWas)
+{
+    start("RemoveTempFlashFile=0\n");
+    const auto p0 = pattern(40, 1), p1 = pattern(40, 2), p2 = pattern(40, 3), last = pattern(40, 4);
+    ASSERT_TRUE(send(kFC, p0, 160, 0).ok());
+    ASSERT_TRUE(send(kFC, p1, 160, 1).ok());
+    expectRefused(send(kFC, pattern(40, 9), 160, 3), CMPI_RC_ERR_INVALID_PARAMETER,
+                  "The incoming data packet is out of sequence, LastPacketID = [1], CurrentPacketID = [3]!");
+    // The client resends the right piece; the refused one left no trace.
+    ASSERT_TRUE(send(kFC, p2, 160, 2).ok());
+    EXPECT_TRUE(
+        logged("invokeMethod_Adapter: **** Successfully saved the current buffer to existing flash image.  "
+               "Expect [40] more bytes"));
+    ASSERT_TRUE(send(kFC, last, 160, kLast).ok());
+    EXPECT_EQ(onlyStagedFile(), text(join({p0, p1, p2, last})));
+    EXPECT_EQ(flashed(kFC)["last_checksum"], checksum(join({p0, p1, p2, last})));
+}
+
+TEST_F(FlashGatheringTest, RefusedSizesAndArgumentsStoreNothing)
+{
+    start("RemoveTempFlashFile=0\n");
+    expectRefused(send(kFC, {}, 10, 0), CMPI_RC_ERR_INVALID_PARAMETER, "Invalid Image buffer size, size=0!");
+    expectRefused(send(kFC, pattern(4, 1), 0, 0), CMPI_RC_ERR_INVALID_PARAMETER,
+                  "Invalid Image buffer size, size=0!");
+    expectRefused(send(kFC, pattern(4, 1), (256ull << 20) + 1, 0), CMPI_RC_ERR_INVALID_PARAMETER,
+                  "Invalid Image buffer size, size=268435457!");
+    expectRefused(send(kFC, pattern(20, 1), 10, 0), CMPI_RC_ERR_INVALID_PARAMETER,
+                  "Invalid Image buffer size, size=20!");
+
+    // A piece larger than the room left is refused whole; the next right
+    // one continues the image.
+    const auto p0 = pattern(10, 1), tail = pattern(6, 2);
+    ASSERT_TRUE(send(kFC, p0, 16, 0).ok());
+    expectRefused(send(kFC, pattern(10, 5), 16, 1), CMPI_RC_ERR_INVALID_PARAMETER,
+                  "Invalid Image buffer size, size=10!");
+    ASSERT_TRUE(send(kFC, tail, 16, kLast).ok());
+    EXPECT_EQ(onlyStagedFile(), text(join({p0, tail})));
+    EXPECT_EQ(calls("VTAPI_doOptionROMUpdate").size(), 1u);
+
+    // Arguments: missing, of another type, and an unknown adapter.
+    vcim::Status st = invoke(kAdapter, kFC,
+                             {{"TotalImageBufferSize", vcim::Value::uint(CMPI_uint64, 4)},
+                              {"FlashUpdateFlags", vcim::Value::uint(CMPI_uint32, 0)}});
+    EXPECT_EQ(st.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(st.msg, "Missing required argument [ImageBuffer]!");
+    st = invoke(kAdapter, kFC,
+                {{"ImageBuffer", vcim::Value::array(CMPI_uint8, {vcim::Value::uint(CMPI_uint8, 1)})},
+                 {"TotalImageBufferSize", vcim::Value::uint(CMPI_uint64, 1)}});
+    EXPECT_EQ(st.msg, "Missing required argument [FlashUpdateFlags]!");
+    // A null size counts as 0, which no image may announce.
+    st = invoke(kAdapter, kFC,
+                {{"ImageBuffer", vcim::Value::array(CMPI_uint8, {vcim::Value::uint(CMPI_uint8, 1)})},
+                 {"TotalImageBufferSize", vcim::Value::nullOf(CMPI_uint64)},
+                 {"FlashUpdateFlags", vcim::Value::uint(CMPI_uint32, 0)}});
+    EXPECT_EQ(st.msg, "Invalid Image buffer size, size=0!");
+    st = send("VT00NOSUCH", pattern(4, 1), 4, 0);
+    EXPECT_EQ(st.rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_EQ(st.msg, "No matching instance found, KeyValue=VT00NOSUCH!");
+    EXPECT_EQ(calls("VTAPI_doOptionROMUpdate").size(), 1u);
+    EXPECT_EQ(stagedFiles().size(), 1u);
+}
+
+TEST_F(FlashGatheringTest, PieceZeroRestartsAnUploadMidway)
+{
+    start("RemoveTempFlashFile=0\n");
+    ASSERT_TRUE(send(kFC, pattern(30, 1), 90, 0).ok());
+    ASSERT_TRUE(send(kFC, pattern(30, 2), 90, 1).ok());
+    const auto fresh = pattern(20, 7), last = pattern(20, 8);
+    ASSERT_TRUE(send(kFC, fresh, 40, 0).ok());
+    // Sequence numbers start again too: piece 1 follows the new piece 0.
+    ASSERT_TRUE(send(kFC, last, 40, 1).ok());
+    EXPECT_TRUE(calls("VTAPI_doOptionROMUpdate").empty());
+    ASSERT_TRUE(send(kFC, {9}, 40, 0).ok()); // and restarts once more
+    ASSERT_TRUE(send(kFC, fresh, 41, 0).ok());
+    ASSERT_TRUE(send(kFC, last, 41, 1).ok());
+    ASSERT_TRUE(send(kFC, {9}, 41, kLast).ok());
+    EXPECT_EQ(onlyStagedFile(), text(join({fresh, last, {9}})));
+}
+
+TEST_F(FlashGatheringTest, PartialImageIsDumpedWhenTheProviderIsAskedTo)
+{
+    start("DumpPartialFlashFile=1\n");
+    const auto p0 = pattern(64, 1), p1 = pattern(64, 2);
+    ASSERT_TRUE(send(kFC, p0, 200, 0).ok());
+    EXPECT_EQ(read(at("/var/tmp/vtflash_partial.bin")), text(p0));
+    ASSERT_TRUE(send(kFC, p1, 200, 1).ok());
+    EXPECT_EQ(read(at("/var/tmp/vtflash_partial.bin")), text(join({p0, p1})));
+    // The complete image is flashed and its staging file removed (the default).
+    ASSERT_TRUE(send(kFC, pattern(72, 3), 200, kLast).ok());
+    EXPECT_EQ(flashed(kFC)["last_checksum"], checksum(join({p0, p1, pattern(72, 3)})));
+    EXPECT_TRUE(stagedFiles().empty());
+}
+
+TEST_F(FlashGatheringTest, StagingFileIsRemovedAfterSuccessAndFailureAndTheFailureCarriesTheCode)
+{
+    start();
+    ASSERT_TRUE(sendWhole(kFC, pattern(100, 1)).ok());
+    EXPECT_EQ(flashed(kFC)["updates"], 1);
+    EXPECT_TRUE(stagedFiles().empty());
+
+    ASSERT_EQ(vtsim_fault("VTAPI_doOptionROMUpdate", VTAPI_STATUS_WRITE_FAILED, 1), 0);
+    const vcim::Status st = sendWhole(kFC, pattern(100, 2));
+    EXPECT_EQ(st.rc, CMPI_RC_ERR_FAILED);
+    EXPECT_EQ(st.msg, "Failed to update flash for adapter with serial number [VT27C40118], ErrorCode=6!");
+    EXPECT_TRUE(logged("Exiting  invokeMethod_Adapter, exit code=2"));
+    EXPECT_TRUE(stagedFiles().empty());
+    EXPECT_EQ(flashed(kFC)["updates"], 1);
+}
+
+TEST_F(FlashGatheringTest, FunctionIsChosenNICThenFCOnTheLowestPortThenISCSI)
+{
+    const Json host = choiceHost();
+    start("", &host);
+    const auto image = pattern(16, 1);
+    // The last NIC function, although FC and iSCSI come first.
+    ASSERT_TRUE(sendWhole("VTMIX00001", image).ok());
+    ASSERT_EQ(calls("VTAPI_UpdateFlash").size(), 1u);
+    EXPECT_NE(calls("VTAPI_UpdateFlash")[0].find("instance=21 "), std::string::npos)
+        << calls("VTAPI_UpdateFlash")[0];
+
+    // FC (or FCoE) on the lowest-numbered port wins over iSCSI and list order.
+    ASSERT_TRUE(sendWhole("VTFCISCSI1", image).ok());
+    EXPECT_EQ(calls("VTAPI_doOptionROMUpdate").size(), 1u);
+    EXPECT_TRUE(calls("VTAPI_UpdateiSCSIFW").empty());
+    EXPECT_TRUE(logged(
+        "Performing Flash update before VTAPI_doOptionROMUpdate pFCProtocol PortWWN=21:00:00:1F:EE:00:00:51"));
+    EXPECT_TRUE(logged("Performing Flash update before VTAPI_doOptionROMUpdate pFCProtocol PortNumber=1"));
+
+    // iSCSI alone: the last iSCSI function, with 0 before the option.
+    ASSERT_TRUE(sendWhole("VTISCSI001", image, kOption).ok());
+    ASSERT_EQ(calls("VTAPI_UpdateiSCSIFW").size(), 1u);
+    EXPECT_NE(calls("VTAPI_UpdateiSCSIFW")[0].find("instance=42 "), std::string::npos);
+    EXPECT_NE(calls("VTAPI_UpdateiSCSIFW")[0].find("reserved=0 option=1"), std::string::npos);
+
+    // No port list: nothing to flash.
+    const vcim::Status st = sendWhole("VTNOPORTS1", image);
+    EXPECT_EQ(st.rc, CMPI_RC_ERR_FAILED);
+    EXPECT_EQ(st.msg, "invokeMethod_Adapter: No physical port. Error: VTNOPORTS1");
+    EXPECT_EQ(vtsim_log_count("VTAPI_UpdateFlash") + vtsim_log_count("VTAPI_doOptionROMUpdate") +
+                  vtsim_log_count("VTAPI_UpdateiSCSIFW"),
+              3u);
+}
+
+TEST_F(FlashGatheringTest, NICAdapterClassFlashesInTheRequestFromItsOwnFile)
+{
+    start("RemoveTempFlashFile=0\n");
+    const auto image = pattern(300, 4);
+    // Bit 17 means nothing to this class: no job, the update is done now.
+    const vcim::Status st = send(kCNA, image, image.size(), kAsync, kNICAdapter);
+    ASSERT_TRUE(st.ok()) << st.msg;
+    EXPECT_EQ(returnValue(), 0u);
+    EXPECT_EQ(returnCode(), -1);
+    EXPECT_EQ(read(at("/var/tmp/vtflash.bin")), text(image));
+    EXPECT_TRUE(stagedFiles().empty());
+    EXPECT_EQ(calls("VTAPI_UpdateFlash").size(), 1u);
+    EXPECT_EQ(flashed(kCNA)["last_checksum"], checksum(image));
+    EXPECT_TRUE(logged("Exiting  invokeMethod_NICAdapter, exit code=0"));
+    EXPECT_EQ(read(at("/var/tmp/eswitch.config")).find("#STATUS="), std::string::npos);
+}
+
+} // namespace
+} // namespace flashtest

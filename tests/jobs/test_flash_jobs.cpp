@@ -1,0 +1,205 @@
+// Asynchronous firmware updates: the job a client watches as
+// "Veltra_Adapter_ConcreteJob2", its saved entries, the one update per
+// adapter and load, worker creation failures and concurrent clients.
+#include "test_flash_support.h"
+
+#include <atomic>
+#include <thread>
+
+namespace flashtest {
+namespace {
+
+class FlashJobTest : public FlashTest {
+protected:
+    // Starts an asynchronous update of `serial` and returns its job id.
+    uint32_t startJob(const std::string& serial, const std::vector<uint8_t>& image)
+    {
+        const vcim::Status st = sendWhole(serial, image, kAsync);
+        EXPECT_TRUE(st.ok()) << st.msg;
+        EXPECT_EQ(returnValue(), 4096u);
+        EXPECT_GE(returnCode(), 0);
+        EXPECT_LT(returnCode(), 65535);
+        return static_cast<uint32_t>(returnCode());
+    }
+};
+
+TEST_F(FlashJobTest, SlowUpdateRunsAsAJobThatEndsCompletedAndIsSaved)
+{
+    const Json host = hostWithBehaviour("VTAPI_doOptionROMUpdate", {{"duration_ms", 1500}});
+    start("", &host);
+    const auto image = pattern(500, 3);
+    const uint32_t id = startJob(kFC, image);
+    const std::string file = at("/var/tmp/vtflash") + std::to_string(id) + ".bin";
+
+    std::map<std::string, std::string> job;
+    ASSERT_TRUE(getJob(std::to_string(id), job).ok());
+    EXPECT_EQ(job["InstanceID"], std::to_string(id));
+    EXPECT_EQ(job["JobState"], "4");
+    EXPECT_EQ(job["Name"].rfind("VT27C40118 FC flash update with " + file + " at ", 0), 0u) << job["Name"];
+    EXPECT_EQ(job["TimeBeforeRemoval"], "00000000003000.000000:000");
+    std::map<std::string, std::string> saved = savedJob(id);
+    EXPECT_EQ(saved["ID"], std::to_string(id));
+    EXPECT_EQ(saved["DESC"], job["Name"]);
+    EXPECT_EQ(saved["STATUS"], "0");
+    EXPECT_EQ(saved["RESULT"], "0");
+    EXPECT_EQ(saved["END"], "1");
+    const std::string startedAt = saved["TOLSC"];
+    EXPECT_TRUE(std::regex_match(startedAt, std::regex("[1-9][0-9]{15}"))) << startedAt;
+    // The job file "vltr_adapter_provider.config" is emptied by each save.
+    EXPECT_EQ(read(at("/var/tmp/vltr_adapter_provider.config")), "");
+
+    // Meanwhile the adapter is busy: an update in the request fails with the library's code.
+    ASSERT_TRUE(waitUntil([] { return vtsim_log_count("VTAPI_doOptionROMUpdate") == 1; }, 1000));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    const vcim::Status busy = sendWhole(kFC, pattern(10, 1));
+    EXPECT_EQ(busy.msg, "Failed to update flash for adapter with serial number [VT27C40118], ErrorCode=7!");
+
+    ASSERT_TRUE(waitForJobState(id, "7"));
+    saved = savedJob(id);
+    EXPECT_EQ(saved["STATUS"], "2");
+    EXPECT_EQ(saved["RESULT"], "0");
+    EXPECT_GT(std::stoull(saved["TOLSC"]), std::stoull(startedAt));
+    EXPECT_EQ(flashed(kFC)["last_checksum"], checksum(image));
+    EXPECT_TRUE(waitUntil([&] { return !fs::exists(file); }, 5000));
+    EXPECT_TRUE(logged("FCFlashUpdateProc: VTAPI_UpdateFlash returns 0"));
+    EXPECT_TRUE(logged("Performing Flash update FCFlashUpdateProc before VTAPI_doOptionROMUpdate pFCProtocol "
+                       "PortWWN=21:00:00:1F:EE:27:C4:00"));
+
+    // The key is read as a number.
+    ASSERT_TRUE(getJob("000" + std::to_string(id), job).ok());
+    EXPECT_EQ(job["JobState"], "7");
+    EXPECT_EQ(getJob("abc", job).rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_EQ(getJob(std::to_string((id + 1) % 65535), job).rc, CMPI_RC_ERR_NOT_FOUND);
+
+    // One asynchronous update per adapter and load, even after the first ended.
+    const vcim::Status again = sendWhole(kFC, image, kAsync);
+    EXPECT_EQ(again.rc, CMPI_RC_ERR_FAILED);
+    EXPECT_EQ(again.msg, "Failed to update flash for adapter with serial number [VT27C40118], ErrorCode=0!");
+    EXPECT_TRUE(logged("invokeMethod_Adapter - Flash update is current in progress for Adapter with SerialNumber "
+                       "VT27C40118"));
+    std::vector<vcim::ObjectPath> jobs;
+    ASSERT_TRUE(broker().enumInstanceNames(classPath(kJob), jobs).ok());
+    EXPECT_EQ(jobs.size(), 1u);
+}
+
+TEST_F(FlashJobTest, FailingUpdateEndsTheJobFailedWithTheLibraryCode)
+{
+    const Json host = hostWithBehaviour("VTAPI_doOptionROMUpdate", {{"duration_ms", 500}, {"fail_rc", 6}});
+    start("RemoveTempFlashFile=0\n", &host);
+    const auto image = pattern(64, 5);
+    const uint32_t id = startJob(kFC2, image);
+    EXPECT_EQ(jobState(id), "4");
+    ASSERT_TRUE(waitForJobState(id, "10"));
+    auto saved = savedJob(id);
+    EXPECT_EQ(saved["STATUS"], "1");
+    EXPECT_EQ(saved["RESULT"], "6");
+    // Kept for a look (RemoveTempFlashFile is off).
+    EXPECT_EQ(read(at("/var/tmp/vtflash") + std::to_string(id) + ".bin"), text(image));
+    EXPECT_TRUE(flashed(kFC2).is_null());
+}
+
+TEST_F(FlashJobTest, NICAndISCSIJobsUseTheirWorkers)
+{
+    const Json host = Json::parse(R"({"adapters": [
+      {"name": "VTMIX00001", "kind": "cna", "ports": [
+        {"number": 0, "functions": [{"type": "nic", "name": "vmnic40", "instance": 11},
+                                    {"type": "nic", "name": "vmnic41", "instance": 21}]}]},
+      {"name": "VTISCSI001", "kind": "iscsi", "ports": [
+        {"number": 0, "functions": [{"type": "iscsi", "name": "vmhba61", "instance": 42}]}]}]})");
+    start("", &host);
+    const uint32_t nicJob = startJob("VTMIX00001", pattern(20, 1));
+    const uint32_t iscsiJob = startJob("VTISCSI001", pattern(20, 2));
+    ASSERT_TRUE(waitForJobState(nicJob, "7"));
+    ASSERT_TRUE(waitForJobState(iscsiJob, "7"));
+    std::map<std::string, std::string> job;
+    ASSERT_TRUE(getJob(std::to_string(nicJob), job).ok());
+    EXPECT_EQ(job["Name"].rfind("Adapter SerialNumber: VTMIX00001, AdapterIndex = 21 NIC flash update with " +
+                                    at("/var/tmp/vtflash") + std::to_string(nicJob) + ".bin at ",
+                                0),
+              0u)
+        << job["Name"];
+    ASSERT_TRUE(getJob(std::to_string(iscsiJob), job).ok());
+    EXPECT_EQ(
+        job["Name"].rfind("Adapter SerialNumber: VTISCSI001, DeviceInstance: 42 iSCSI flash update with ", 0), 0u)
+        << job["Name"];
+    EXPECT_NE(calls("VTAPI_UpdateFlash").at(0).find("instance=21 "), std::string::npos);
+    EXPECT_NE(calls("VTAPI_UpdateiSCSIFW").at(0).find("instance=42 "), std::string::npos);
+    EXPECT_TRUE(logged("NICFlashUpdateProc: VTAPI_UpdateFlash returns 0"));
+    EXPECT_TRUE(logged("iSCSIFlashUpdateProc: VTAPI_UpdateFlash returns 0"));
+}
+
+TEST_F(FlashJobTest, FailedWorkerCreationFailsTheJobAndKeepsItsFile)
+{
+    start();
+    hook<void (*)(int)>("vtflash_fail_thread_creation")(EAGAIN);
+    const auto image = pattern(32, 6);
+    const vcim::Status st = sendWhole(kFC, image, kAsync);
+    EXPECT_EQ(st.rc, CMPI_RC_ERR_FAILED);
+    EXPECT_EQ(st.msg, "Failed to update flash for adapter with serial number [VT27C40118], ErrorCode=" +
+                          std::to_string(EAGAIN) + "!");
+    EXPECT_TRUE(logged("invokeMethod_Adapter: Failed to create flash update job thread"));
+    std::vector<vcim::ObjectPath> jobs;
+    ASSERT_TRUE(broker().enumInstanceNames(classPath(kJob), jobs).ok());
+    ASSERT_EQ(jobs.size(), 1u);
+    const uint32_t id = static_cast<uint32_t>(std::stoul(jobs[0].key("InstanceID")->s));
+    EXPECT_EQ(jobState(id), "10");
+    EXPECT_EQ(savedJob(id)["RESULT"], std::to_string(EAGAIN));
+    EXPECT_EQ(stagedFiles().size(), 1u);
+    EXPECT_TRUE(calls("VTAPI_doOptionROMUpdate").empty());
+
+    // The adapter stays marked; another adapter still gets its job.
+    hook<void (*)(int)>("vtflash_fail_thread_creation")(0);
+    EXPECT_EQ(sendWhole(kFC, image, kAsync).msg,
+              "Failed to update flash for adapter with serial number [VT27C40118], ErrorCode=0!");
+    const uint32_t other = startJob(kFC2, image);
+    EXPECT_TRUE(waitForJobState(other, "7"));
+}
+
+TEST_F(FlashJobTest, ConcurrentUploadsAndInventoryRefreshesKeepTheProviderWhole)
+{
+    const Json host = hostWithBehaviour("VTAPI_UpdateFlash", {{"duration_ms", 300}});
+    start("", &host);
+    std::vector<vcim::ObjectPath> servers;
+    ASSERT_TRUE(broker().enumInstanceNames(classPath("Veltra_Server"), servers).ok());
+    ASSERT_EQ(servers.size(), 1u);
+    // A job runs across the refreshes.
+    const uint32_t id = startJob(kCNA, pattern(256, 1));
+
+    std::atomic<int> unexpected{0};
+    auto upload = [&](const char* serial, uint8_t seed) {
+        for (int round = 0; round < 6; ++round) {
+            const uint32_t numbers[] = {0, 1, kLast};
+            for (uint32_t n : numbers) {
+                vcim::MethodResult result;
+                const vcim::Status st =
+                    broker().invokeMethod(keyPath(kAdapter, serial), "UpdateFlashFromImageBuffer",
+                                          pieceArguments(pattern(64, seed), 192, n), result);
+                // The clients corrupt each other's image; the provider says so.
+                if (!st.ok() && st.rc != CMPI_RC_ERR_INVALID_PARAMETER)
+                    ++unexpected;
+            }
+        }
+    };
+    std::thread first(upload, kFC, 1), second(upload, kFC2, 2);
+    std::thread refresher([&] {
+        for (int i = 0; i < 4; ++i) {
+            vcim::MethodResult result;
+            if (!broker().invokeMethod(servers[0], "RefreshConfiguration", {}, result).ok())
+                ++unexpected;
+        }
+    });
+    first.join();
+    second.join();
+    refresher.join();
+    EXPECT_EQ(unexpected, 0);
+    ASSERT_TRUE(waitUntil([&] { return jobState(id) == "7" || jobState(id) == "10"; }, 10000)) << jobState(id);
+
+    // One client alone gets its image through whole.
+    const auto image = pattern(192, 9);
+    ASSERT_TRUE(send(kFC, std::vector<uint8_t>(image.begin(), image.begin() + 96), 192, 0).ok());
+    ASSERT_TRUE(send(kFC, std::vector<uint8_t>(image.begin() + 96, image.end()), 192, kLast).ok());
+    EXPECT_EQ(flashed(kFC)["last_checksum"], checksum(image));
+}
+
+} // namespace
+} // namespace flashtest
