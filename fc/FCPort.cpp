@@ -11,7 +11,6 @@
 
 #include <strings.h>
 
-#include <cinttypes>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -378,6 +377,9 @@ void setChipProperties(CmpiInstance& instance, VTAPISDMDevice* d)
 
 // ---- modify ----
 
+// Library failures and unparsable port names answer 6, as the class always has.
+constexpr CMPIrc kFailedStatus = CMPI_RC_ERR_NOT_FOUND;
+
 // One modify request applied to the matching entries. A step that fails
 // stores the request's answer and ends the request; nothing is rolled back.
 class PortModify {
@@ -397,7 +399,7 @@ private:
     // A listed value that is missing or of another type refuses the request.
     bool refuse(const char* name, Read why);
     bool fail(CMPIrc rc, const std::string& message, const char* logFormat);
-    bool libraryFailure(const char* logFormat) { return fail(CMPI_RC_ERR_NOT_FOUND, kUpdateFailed, logFormat); }
+    bool libraryFailure(const char* logFormat) { return fail(kFailedStatus, kUpdateFailed, logFormat); }
     void rebootQuery(VTAPISDMDevice* d);
 
     bool gatherParameters(VTAPI_HBAParams& params, bool& changed);
@@ -527,7 +529,7 @@ bool PortModify::gatherBoot(VTAPI_BootDeviceInfo& boot, bool& changed)
                 return refuse(f.name, read);
             const std::string parseLog = std::string("setInstance_FCPort: ") + f.name + " Parse Error: %s";
             if (!parseWWN(text.c_str(), boot.boot[f.slot].port_wwn))
-                return fail(CMPI_RC_ERR_NOT_FOUND, "Failed to parse PortName string", parseLog.c_str());
+                return fail(kFailedStatus, "Failed to parse PortName string", parseLog.c_str());
             Log::DebugPrint("setInstance_FCPort: %s : %s", f.name, text.c_str());
         } else {
             const NumericField field = f.kind == BootKind::Flag ? flagField(f)
@@ -661,10 +663,10 @@ bool PortModify::apply(FCPortEntry& entry)
     VTAPI_HBAParams params{};
     VTAPI_BootDeviceInfo boot{};
     if (VTAPI_GetHBAParamsInfo(d, &params) != VTAPI_STATUS_OK)
-        return fail(CMPI_RC_ERR_NOT_FOUND, "Failed to get HBA parameters",
+        return fail(kFailedStatus, "Failed to get HBA parameters",
                     "setInstance_FCPort: VTAPI_GetHBAParamsInfo Error: %s");
     if (VTAPI_GetBootDeviceInfo(d, &boot) != VTAPI_STATUS_OK)
-        return fail(CMPI_RC_ERR_NOT_FOUND, "Failed to get HBA parameters",
+        return fail(kFailedStatus, "Failed to get HBA parameters",
                     "setInstance_FCPort: VTAPI_GetBootDeviceInfo Error: %s");
     params.change_mask = 0;
     bool paramsChanged = false, bootChanged = false;

@@ -278,8 +278,8 @@ private:
     std::string m_path;
 };
 
-uint32_t startFlashJob(MethodCall& c, const FlashTarget& target, const std::string& file, uint32_t option,
-                       uint32_t jobId, StagedFile& staged)
+uint32_t startFlashJob(MethodCall& c, Veltra_Adapter_Provider& provider, const FlashTarget& target,
+                       const std::string& file, uint32_t option, uint32_t jobId, StagedFile& staged)
 {
     const std::string serial = RecordField(c.adapter->name);
     Log::DebugPrint("Performing Flash update uAsync=%d", 1);
@@ -291,7 +291,6 @@ uint32_t startFlashJob(MethodCall& c, const FlashTarget& target, const std::stri
                     "Failed to update flash for adapter with serial number [%s], ErrorCode=%u!", serial.c_str(),
                     0u);
     }
-    Veltra_Adapter_Provider* provider = g_Veltra_Adapter_Provider;
     RequestClass rc;
     CmpiStatus failure(CMPI_RC_OK);
     if (!GetRequestClass(c.ref, c.cls.who, rc, failure))
@@ -302,20 +301,20 @@ uint32_t startFlashJob(MethodCall& c, const FlashTarget& target, const std::stri
     bool started = false;
     switch (target.kind) {
     case CONCRETE_JOB_NIC:
-        started = provider->StartNICFlashUpdateThread(c.ctx, target.function->hba_number, file.c_str(), option,
-                                                      jobId, serial.c_str(), jobPath);
+        started = provider.StartNICFlashUpdateThread(c.ctx, target.function->hba_number, file.c_str(), option,
+                                                     jobId, serial.c_str(), jobPath);
         break;
     case CONCRETE_JOB_FC: {
         FlashFCPort port;
         port.portWWN = wwnText(target.function->device.port_wwn);
         port.portNumber = target.portNumber;
-        started = provider->StartFCFlashUpdateThread(c.ctx, &target.function->device, port, file.c_str(), option,
-                                                     jobId, serial.c_str(), jobPath);
+        started = provider.StartFCFlashUpdateThread(c.ctx, &target.function->device, port, file.c_str(), option,
+                                                    jobId, serial.c_str(), jobPath);
         break;
     }
     default:
-        started = provider->StartiSCSIFlashUpdateThread(c.ctx, target.function->hba_number, file.c_str(), option,
-                                                        jobId, serial.c_str(), jobPath);
+        started = provider.StartiSCSIFlashUpdateThread(c.ctx, target.function->hba_number, file.c_str(), option,
+                                                       jobId, serial.c_str(), jobPath);
     }
     // The job keeps its file either way: a failed one as the evidence.
     staged.keep();
@@ -323,7 +322,7 @@ uint32_t startFlashJob(MethodCall& c, const FlashTarget& target, const std::stri
         Log::LogError("invokeMethod_Adapter: Failed to create flash update job thread");
         InsertFlashUpdateInProgress(serial, false);
         Concrete_Job job;
-        provider->m_concreteJobs.Find(jobId, job);
+        provider.m_concreteJobs.Find(jobId, job);
         return fail(c, CMPI_RC_ERR_FAILED,
                     "Failed to update flash for adapter with serial number [%s], ErrorCode=%u!", serial.c_str(),
                     job.result);
@@ -367,8 +366,9 @@ uint32_t flashImage(MethodCall& c, std::vector<uint8_t>& image, uint32_t flags)
     const uint32_t option = (flags >> kFlashOptionShift) & 1u;
     uint32_t jobId = 0;
     std::string file = RootPath(kFlashNICAdapterFile);
+    // Set by the polling thread before any request is served.
+    Veltra_Adapter_Provider* provider = g_Veltra_Adapter_Provider;
     if (c.cls.asyncAndSRIOV) {
-        Veltra_Adapter_Provider* provider = g_Veltra_Adapter_Provider;
         if (!provider || !provider->m_concreteJobs.PickNextJobId(jobId))
             return fail(c, CMPI_RC_ERR_FAILED, "No free job number for the flash update!");
         file = FlashJobFile(jobId);
@@ -385,7 +385,8 @@ uint32_t flashImage(MethodCall& c, std::vector<uint8_t>& image, uint32_t flags)
     if (!c.adapter->phy_ports || !chooseFlashTarget(c.adapter, target))
         return fail(c, CMPI_RC_ERR_FAILED, "invokeMethod_Adapter: No physical port. Error: %s",
                     RecordField(c.adapter->name).c_str());
-    return async ? startFlashJob(c, target, file, option, jobId, stagedFile) : flashNow(c, target, file, option);
+    return async ? startFlashJob(c, *provider, target, file, option, jobId, stagedFile)
+                 : flashNow(c, target, file, option);
 }
 
 uint32_t updateFlashFromImageBuffer(MethodCall& c)

@@ -11,7 +11,6 @@
 
 #include <sys/time.h>
 
-#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>

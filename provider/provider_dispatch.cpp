@@ -87,6 +87,8 @@ struct Veltra_Adapter_Provider::RequestKind {
     bool swallowsUnknown;    // an unknown exception still answers OK (enumInstances)
 };
 
+// `call` dispatches and returns false when no row takes the request and the
+// kind refuses what it does not list (setInstance).
 template <class Call>
 CmpiStatus Veltra_Adapter_Provider::serveRequest(const RequestKind& kind, CmpiResult& rslt,
                                                  const CmpiObjectPath& cop, Call call)

@@ -1,8 +1,8 @@
 #include "flash.h"
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
-#include <iterator>
 #include <thread>
 #include <vector>
 
@@ -80,11 +80,15 @@ Status watchJob(Broker& broker, const FlashRequest& request, FlashOutput& output
     path.className = "Veltra_Adapter_ConcreteJob2";
     path.setKey("InstanceID", Value::string(std::to_string(jobId)));
     Instance job;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(request.watchSeconds);
     for (;;) {
         Status st = broker.getInstance(path, nullptr, job);
         if (!st.ok()) return st;
         const uint64_t state = numberOf(job.get("JobState"));
         if (state == kJobCompleted || state == kJobFailed) break;
+        if (std::chrono::steady_clock::now() >= deadline)
+            return failed("flash update job " + std::to_string(jobId) + " did not end within " +
+                          std::to_string(request.watchSeconds) + " seconds");
         std::this_thread::sleep_for(std::chrono::milliseconds(request.pollMilliseconds));
     }
     if (request.json)

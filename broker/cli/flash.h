@@ -23,6 +23,7 @@ struct FlashRequest {
     bool option = false;              // the update option (flags bit 16)
     std::string pieceSize;            // empty: 1 MiB
     unsigned pollMilliseconds = 500;  // between looks at the job
+    unsigned watchSeconds = 3600;     // a job still running after this fails the command
     bool json = false;
 };
 
@@ -34,10 +35,11 @@ struct FlashOutput {
     bool showProgress;
 };
 
-// Sends the image and, with `async`, waits for the job's "JobState" 7
-// (completed) or 10 (failed) and prints the job. A refused piece, a bad
-// image file or piece size, or a failed job give a failed status whose
-// message says why (the provider's message where it gave one).
+// Sends the image and, with `async`, waits (at most `watchSeconds`) for
+// the job's "JobState" 7 (completed) or 10 (failed) and prints the job. A
+// refused piece, a bad image file or piece size, or a failed job give a
+// failed status whose message says why (the provider's message where it
+// gave one).
 Status RunFlash(Broker& broker, const FlashRequest& request, FlashOutput output);
 
 }  // namespace cli

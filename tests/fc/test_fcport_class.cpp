@@ -45,7 +45,9 @@ std::string hex(const std::vector<uint8_t>& bytes)
     return text;
 }
 
-TEST_F(ProviderClassTest, PortCodesRatesFabricNamesAndCongestionSupportAreMapped)
+class FCPortClassTest : public ProviderClassTest {};
+
+TEST_F(FCPortClassTest, PortCodesRatesFabricNamesAndCongestionSupportAreMapped)
 {
     struct Row {
         int portType, speed;
@@ -94,7 +96,7 @@ TEST_F(ProviderClassTest, PortCodesRatesFabricNamesAndCongestionSupportAreMapped
     EXPECT_EQ(ports["VTMAP00002/1"]["Speed"], "21250000000");
 }
 
-TEST_F(ProviderClassTest, MaxSpeedFollowsTheChipGroup)
+TEST_F(FCPortClassTest, MaxSpeedFollowsTheChipGroup)
 {
     struct Row {
         const char* chip;
@@ -131,7 +133,7 @@ TEST_F(ProviderClassTest, MaxSpeedFollowsTheChipGroup)
             << rows[i].chip << rows[i].pci;
 }
 
-TEST_F(ProviderClassTest, VPDDataFromWellFormedAndHostileImages)
+TEST_F(FCPortClassTest, VPDDataFromWellFormedAndHostileImages)
 {
     // A full image, as the board stores it.
     const char* ro[] = {"PN=P1", "EC=E1", "SN=S1", "FC=fc1", "FN=F1", "V0=misc", "MN=M1",
@@ -191,7 +193,7 @@ TEST_F(ProviderClassTest, VPDDataFromWellFormedAndHostileImages)
     EXPECT_GE(logCount("Veltra_FC_Port: createFCPort: Unable to retrieve VPD data!"), 6u);
 }
 
-TEST_F(ProviderClassTest, UndefinedMethodsAndTheExtensionClass)
+TEST_F(FCPortClassTest, UndefinedMethodsAndTheExtensionClass)
 {
     start();
     const std::vector<std::string> ports = keys(kFCPort);

@@ -55,11 +55,6 @@ inline uint32_t checksum(const std::vector<uint8_t>& image)
     return sum;
 }
 
-inline std::vector<uint8_t> bytesOf(const std::string& text)
-{
-    return {text.begin(), text.end()};
-}
-
 class FlashTest : public FrameTest {
 protected:
     void TearDown() override

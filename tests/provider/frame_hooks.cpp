@@ -366,8 +366,6 @@ int vtframe_is_property_in_filter(const char* name, const char** properties)
     return IsPropertyInFilter(name, properties) ? 1 : 0;
 }
 
-int vtframe_match_role(const char* role, const char* candidate) { return MatchRole(role, candidate) ? 1 : 0; }
-
 // Calls one indication operation (0 authorize, 1 mustPoll, 2 activate,
 // 3 deactivate, 4 enable, 5 disable); returns the subscription count and
 // the enabled flag in *enabled.

@@ -34,7 +34,6 @@ typedef void (*vtframe_set_diag_mode_fn)(int on);
 typedef unsigned (*vtframe_fc_ports_fn)(char* ids, size_t size);
 typedef const char* (*vtframe_cmpi_error_string_fn)(int rc);
 typedef int (*vtframe_is_property_in_filter_fn)(const char* name, const char** properties);
-typedef int (*vtframe_match_role_fn)(const char* role, const char* candidate);
 typedef int (*vtframe_indication_fn)(int operation, int* enabled);
 typedef CMPIAssociationMI* (*vtframe_association_mi_fn)();
 }
