@@ -27,6 +27,8 @@ public:
     // When isUnloadable() is non-zero it drops one use of the provider base and,
     // at zero, runs cleanup() and deletes the object; with 0 it refuses
     // (CMPI_RC_ERR_NOT_SUPPORTED). The terminating flag is not looked at.
+    // A record whose object no longer exists (or never did) returns OK; the
+    // request drivers answer such a record with CMPI_RC_ERR_FAILED.
     static CMPIStatus driveBaseCleanup(void* mi, const CMPIContext* eCtx, CMPIBoolean terminating);
 
     virtual CmpiStatus initialize(const CmpiContext& ctx);

@@ -8,8 +8,13 @@
 #include <strings.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <type_traits>
 
 #include "CmpiBinding.h"
 
@@ -112,6 +117,65 @@ CMPIData tolerantGet(CMPIData d, const CMPIStatus& rc, const char* name) {
     return d;
 }
 
+// The CmpiBaseMI objects that exist, so that a driver never follows an MI
+// record's handle into a deleted object (a provider may drop its own use
+// count, letting one record's cleanup delete the object another record still
+// names). Plain data only: it stays usable while the library's statics are
+// destroyed, and its array is freed when the last object goes so nothing is
+// left behind when the library is unloaded. A handful of objects at most, so a
+// linear search is cheapest.
+struct LiveObjects {
+    std::mutex lock;
+    const CmpiBaseMI** items = nullptr;
+    size_t count = 0;
+    size_t capacity = 0;
+
+    void add(const CmpiBaseMI* obj) {
+        std::lock_guard<std::mutex> hold(lock);
+        if (count == capacity) {
+            const size_t more = capacity ? capacity * 2 : 8;
+            void* grown = realloc(items, more * sizeof *items);
+            if (!grown) throw std::bad_alloc();
+            items = static_cast<const CmpiBaseMI**>(grown);
+            capacity = more;
+        }
+        items[count++] = obj;
+    }
+    void remove(const CmpiBaseMI* obj) {
+        std::lock_guard<std::mutex> hold(lock);
+        for (size_t i = 0; i < count; ++i) {
+            if (items[i] != obj) continue;
+            items[i] = items[--count];
+            break;
+        }
+        if (count == 0) {
+            free(items);
+            items = nullptr;
+            capacity = 0;
+        }
+    }
+    // Compares addresses only; the handle itself is never read.
+    bool contains(const void* handle) {
+        if (!handle) return false;
+        std::lock_guard<std::mutex> hold(lock);
+        for (size_t i = 0; i < count; ++i)
+            if (items[i] == handle) return true;
+        return false;
+    }
+};
+static_assert(std::is_trivially_destructible<LiveObjects>::value,
+              "the live-object set must outlive every static destructor");
+LiveObjects g_live;
+
+// An MI record's provider object if it still exists, else NULL. The object
+// manager does not run a cleanup concurrently with requests of the same
+// provider, so the object cannot go away between this check and its use.
+CmpiBaseMI* liveObject(void* handle) {
+    return g_live.contains(handle) ? static_cast<CmpiBaseMI*>(handle) : nullptr;
+}
+
+const char* const kNotLoaded = "provider object is no longer loaded";
+
 }  // namespace
 
 // Private helpers that need the binding's friendship.
@@ -140,7 +204,8 @@ struct CmpiImplAccess {
     // MI record, check it implements MI, and call fn on it.
     template <class MI, class Rec, class Fn>
     static CMPIStatus drive(Rec* mi, Fn&& fn) {
-        CmpiBaseMI* base = mi ? static_cast<CmpiBaseMI*>(mi->hdl) : nullptr;
+        CmpiBaseMI* base = mi ? liveObject(mi->hdl) : nullptr;
+        if (!base) return failure(brokerOf(nullptr), CMPI_RC_ERR_FAILED, kNotLoaded);
         const CMPIBroker* mb = brokerOf(base);
         MI* obj = dynamic_cast<MI*>(base);
         if (!obj)
@@ -789,9 +854,16 @@ void CmpiProviderBase::setBroker(const CMPIBroker* mb) {
 // ---------------------------------------------------------------- CmpiBaseMI
 
 CmpiBaseMI::CmpiBaseMI(const CmpiBroker& mbp, const CmpiContext&)
-    : broker(new CmpiBroker(mbp)), providerBase(nullptr) {}
+    : broker(nullptr), providerBase(nullptr) {
+    std::unique_ptr<CmpiBroker> own(new CmpiBroker(mbp));
+    g_live.add(this);
+    broker = own.release();
+}
 
-CmpiBaseMI::~CmpiBaseMI() { delete broker; }
+CmpiBaseMI::~CmpiBaseMI() {
+    g_live.remove(this);
+    delete broker;
+}
 
 void CmpiBaseMI::setProviderBase(CmpiProviderBase* base) {
     providerBase = base;
@@ -807,8 +879,9 @@ int CmpiBaseMI::isUnloadable() const { return 1; }
 CMPIStatus CmpiBaseMI::driveBaseCleanup(void* vmi, const CMPIContext* eCtx, CMPIBoolean) {
     // Every MI record has the instance record's layout: hdl, then ft.
     CMPIInstanceMI* mi = static_cast<CMPIInstanceMI*>(vmi);
-    CmpiBaseMI* obj = mi ? static_cast<CmpiBaseMI*>(mi->hdl) : nullptr;
-    if (!obj) return okStatus();  // nothing (left) to clean up for this record
+    // A record whose object is already gone has nothing left to clean up.
+    CmpiBaseMI* obj = mi ? liveObject(mi->hdl) : nullptr;
+    if (!obj) return okStatus();
     const CMPIBroker* mb = CmpiImplAccess::brokerOf(obj);
     CmpiContext ctx(eCtx);
 
@@ -836,6 +909,9 @@ CMPIStatus CmpiBaseMI::driveBaseCleanup(void* vmi, const CMPIContext* eCtx, CMPI
         return st;
     }
     mi->hdl = nullptr;  // a late call through this record finds no object
+    // Other records may still name the object: from here on they find it gone,
+    // also while the provider's destructors run.
+    g_live.remove(obj);
     delete obj;
     return st;
 }
