@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <string>
 
 namespace {
@@ -709,56 +710,42 @@ void forEachValidPort(Visit visit)
         if (FCPortAt(i) && g_FCPortList.entries[i].device)
             visit(i);
 }
+
+// The index of the valid entry with a device that `key` names.
+std::optional<uint32_t> findValidPort(const char* key)
+{
+    const long index = FindFCPortIndex(key);
+    if (index < 0 || !g_FCPortList.entries[index].device)
+        return std::nullopt;
+    return static_cast<uint32_t>(index);
+}
 } // namespace
 
 CmpiStatus enumInstanceNames_FCPort(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
-    Log::DebugPrint("Entering enumInstanceNames_FCPort");
-    RequestClass rc;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!GetRequestClass(cop, "enumInstanceNames_FCPort", rc, failure))
-        return failure;
-    forEachValidPort([&](uint32_t i) {
-        rslt.returnData(makePath_FCPort(rc.className.c_str(), rc.nameSpace.c_str(), i));
+    return RunEnumeration("enumInstanceNames_FCPort", cop, [&](const RequestClass& rc) {
+        forEachValidPort(
+            [&](uint32_t i) { rslt.returnData(makePath_FCPort(rc.className.c_str(), rc.nameSpace.c_str(), i)); });
     });
-    Log::DebugPrint("Exiting  enumInstanceNames_FCPort");
-    return CmpiStatus(CMPI_RC_OK);
 }
 
 CmpiStatus enumInstances_FCPort(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                 const char** properties)
 {
-    Log::DebugPrint("Entering enumInstances_FCPort");
-    RequestClass rc;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!GetRequestClass(cop, "enumInstances_FCPort", rc, failure))
-        return failure;
-    forEachValidPort([&](uint32_t i) {
-        rslt.returnData(makeInstance_FCPort(rc.className.c_str(), rc.nameSpace.c_str(), properties, i));
+    return RunEnumeration("enumInstances_FCPort", cop, [&](const RequestClass& rc) {
+        forEachValidPort([&](uint32_t i) {
+            rslt.returnData(makeInstance_FCPort(rc.className.c_str(), rc.nameSpace.c_str(), properties, i));
+        });
     });
-    Log::DebugPrint("Exiting  enumInstances_FCPort");
-    return CmpiStatus(CMPI_RC_OK);
 }
 
 CmpiStatus getInstance_FCPort(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                               const char** properties, bool returnInstance)
 {
-    Log::DebugPrint("Entering getInstance_FCPort");
-    std::string key;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!ReadStringKey(cop, "InstanceID", "getInstance_FCPort", key, failure))
-        return failure;
-    const long index = FindFCPortIndex(key.c_str());
-    if (index < 0 || !g_FCPortList.entries[index].device)
-        ThrowNotFound("getInstance_FCPort", key.c_str());
-    RequestClass rc;
-    if (!GetRequestClass(cop, "getInstance_FCPort", rc, failure))
-        return failure;
-    if (returnInstance)
-        rslt.returnData(makeInstance_FCPort(rc.className.c_str(), rc.nameSpace.c_str(), properties,
-                                            static_cast<uint32_t>(index)));
-    Log::DebugPrint("Exiting  getInstance_FCPort");
-    return CmpiStatus(CMPI_RC_OK);
+    return RunGet("getInstance_FCPort", rslt, cop, returnInstance, findValidPort,
+                  [properties](const RequestClass& rc, std::optional<uint32_t> index) {
+                      return makeInstance_FCPort(rc.className.c_str(), rc.nameSpace.c_str(), properties, *index);
+                  });
 }
 
 CmpiStatus setInstance_FCPort(const CmpiContext&, CmpiResult&, const CmpiObjectPath& cop,

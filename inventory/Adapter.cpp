@@ -589,30 +589,32 @@ CmpiInstance makeInstance_Adapter(const char* className, const char* nameSpace, 
 
 CmpiStatus enumInstanceNames_Adapter(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
-    return EnumerateInventory("enumInstanceNames_Adapter", rslt, cop, EveryAdapter(),
-                              [](const RequestClass& rc, vtapi_adapter_t* a) {
-                                  return makePath_Adapter(rc.className.c_str(), rc.nameSpace.c_str(), a);
-                              });
+    return RunEnumeration("enumInstanceNames_Adapter", cop, [&](const RequestClass& rc) {
+        ForEachAdapter([&](vtapi_adapter_t* a) {
+            rslt.returnData(makePath_Adapter(rc.className.c_str(), rc.nameSpace.c_str(), a));
+            return true;
+        });
+    });
 }
 
 CmpiStatus enumInstances_Adapter(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                  const char** properties)
 {
-    return EnumerateInventory("enumInstances_Adapter", rslt, cop, EveryAdapter(),
-                              [properties](const RequestClass& rc, vtapi_adapter_t* a) {
-                                  return makeInstance_Adapter(rc.className.c_str(), rc.nameSpace.c_str(),
-                                                              properties, a);
-                              });
+    return RunEnumeration("enumInstances_Adapter", cop, [&](const RequestClass& rc) {
+        ForEachAdapter([&](vtapi_adapter_t* a) {
+            rslt.returnData(makeInstance_Adapter(rc.className.c_str(), rc.nameSpace.c_str(), properties, a));
+            return true;
+        });
+    });
 }
 
 CmpiStatus getInstance_Adapter(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                const char** properties, bool returnInstance)
 {
-    return GetInventoryInstance("getInstance_Adapter", rslt, cop, returnInstance, FindAdapter,
-                                [properties](const RequestClass& rc, vtapi_adapter_t* a) {
-                                    return makeInstance_Adapter(rc.className.c_str(), rc.nameSpace.c_str(),
-                                                                properties, a);
-                                });
+    return RunGet("getInstance_Adapter", rslt, cop, returnInstance, FindAdapter,
+                  [properties](const RequestClass& rc, vtapi_adapter_t* a) {
+                      return makeInstance_Adapter(rc.className.c_str(), rc.nameSpace.c_str(), properties, a);
+                  });
 }
 
 CmpiStatus InvokeAdapterClassMethod(const AdapterMethodClass& cls, const CmpiContext& ctx, CmpiResult& rslt,

@@ -69,26 +69,30 @@ CmpiInstance makeInstance_NICAdapter(const char* className, const char* nameSpac
 
 CmpiStatus enumInstanceNames_NICAdapter(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
-    return EnumerateInventory("enumInstanceNames_NICAdapter", rslt, cop, EveryAdapter(),
-                              [](const RequestClass& rc, vtapi_adapter_t* a) {
-                                  return makePath_NICAdapter(rc.className.c_str(), rc.nameSpace.c_str(), a);
-                              });
+    return RunEnumeration("enumInstanceNames_NICAdapter", cop, [&](const RequestClass& rc) {
+        ForEachAdapter([&](vtapi_adapter_t* a) {
+            rslt.returnData(makePath_NICAdapter(rc.className.c_str(), rc.nameSpace.c_str(), a));
+            return true;
+        });
+    });
 }
 
 CmpiStatus enumInstances_NICAdapter(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                     const char** properties)
 {
-    return EnumerateInventory(
-        "enumInstances_NICAdapter", rslt, cop, EveryAdapter(),
-        [properties](const RequestClass& rc, vtapi_adapter_t* a) { return makeFor(rc, properties, a); });
+    return RunEnumeration("enumInstances_NICAdapter", cop, [&](const RequestClass& rc) {
+        ForEachAdapter([&](vtapi_adapter_t* a) {
+            rslt.returnData(makeFor(rc, properties, a));
+            return true;
+        });
+    });
 }
 
 CmpiStatus getInstance_NICAdapter(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                   const char** properties, bool returnInstance)
 {
-    return GetInventoryInstance(
-        "getInstance_NICAdapter", rslt, cop, returnInstance, FindAdapter,
-        [properties](const RequestClass& rc, vtapi_adapter_t* a) { return makeFor(rc, properties, a); });
+    return RunGet("getInstance_NICAdapter", rslt, cop, returnInstance, FindAdapter,
+                  [properties](const RequestClass& rc, vtapi_adapter_t* a) { return makeFor(rc, properties, a); });
 }
 
 CmpiStatus invokeMethod_NICAdapter(const CmpiContext& ctx, CmpiResult& rslt, const CmpiObjectPath& ref,

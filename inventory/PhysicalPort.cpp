@@ -9,6 +9,14 @@ namespace {
 
 const char* kPhysicalPortKeys[] = {"InstanceID", nullptr};
 
+// A physical port with its adapter; false without a port (a lookup that
+// found none).
+struct AdapterPort {
+    vtapi_adapter_t* adapter;
+    vtapi_phy_port_t* port;
+    explicit operator bool() const { return port != nullptr; }
+};
+
 std::string portKey(const vtapi_adapter_t* adapter, const vtapi_phy_port_t* port)
 {
     char key[VTAPI_NAME_LEN + 16];
@@ -77,25 +85,29 @@ CmpiInstance makeInstance_Adapter_PhyPort(const char* className, const char* nam
 
 CmpiStatus enumInstanceNames_Adapter_PhyPort(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
-    return EnumerateInventory("enumInstanceNames_Adapter_PhyPort", rslt, cop, EveryPhysicalPort(),
-                              [](const RequestClass& rc, const AdapterPort& at) {
-                                  return makePath_Adapter_PhyPort(rc.className.c_str(), rc.nameSpace.c_str(),
-                                                                  at.adapter, at.port);
-                              });
+    return RunEnumeration("enumInstanceNames_Adapter_PhyPort", cop, [&](const RequestClass& rc) {
+        ForEachPort([&](vtapi_adapter_t* adapter, vtapi_phy_port_t* port) {
+            rslt.returnData(makePath_Adapter_PhyPort(rc.className.c_str(), rc.nameSpace.c_str(), adapter, port));
+            return true;
+        });
+    });
 }
 
 CmpiStatus enumInstances_Adapter_PhyPort(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                          const char** properties)
 {
-    return EnumerateInventory(
-        "enumInstances_Adapter_PhyPort", rslt, cop, EveryPhysicalPort(),
-        [properties](const RequestClass& rc, const AdapterPort& at) { return makeFor(rc, properties, at); });
+    return RunEnumeration("enumInstances_Adapter_PhyPort", cop, [&](const RequestClass& rc) {
+        ForEachPort([&](vtapi_adapter_t* adapter, vtapi_phy_port_t* port) {
+            rslt.returnData(makeFor(rc, properties, AdapterPort{adapter, port}));
+            return true;
+        });
+    });
 }
 
 CmpiStatus getInstance_Adapter_PhyPort(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                        const char** properties, bool returnInstance)
 {
-    return GetInventoryInstance(
+    return RunGet(
         "getInstance_Adapter_PhyPort", rslt, cop, returnInstance, findPort,
         [properties](const RequestClass& rc, const AdapterPort& at) { return makeFor(rc, properties, at); });
 }

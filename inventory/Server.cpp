@@ -77,27 +77,17 @@ CmpiInstance makeInstance_Server(const char* className, const char* nameSpace,
 
 CmpiStatus enumInstanceNames_Server(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
-    Log::DebugPrint("Entering enumInstanceNames_Server");
-    RequestClass rc;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!GetRequestClass(cop, "enumInstanceNames_Server", rc, failure))
-        return failure;
-    rslt.returnData(makePath_Server(rc.className.c_str(), rc.nameSpace.c_str()));
-    Log::DebugPrint("Exiting  enumInstanceNames_Server");
-    return CmpiStatus(CMPI_RC_OK);
+    return RunEnumeration("enumInstanceNames_Server", cop, [&](const RequestClass& rc) {
+        rslt.returnData(makePath_Server(rc.className.c_str(), rc.nameSpace.c_str()));
+    });
 }
 
 CmpiStatus enumInstances_Server(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                 const char** properties)
 {
-    Log::DebugPrint("Entering enumInstances_Server");
-    RequestClass rc;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!GetRequestClass(cop, "enumInstances_Server", rc, failure))
-        return failure;
-    rslt.returnData(makeInstance_Server(rc.className.c_str(), rc.nameSpace.c_str(), properties));
-    Log::DebugPrint("Exiting  enumInstances_Server");
-    return CmpiStatus(CMPI_RC_OK);
+    return RunEnumeration("enumInstances_Server", cop, [&](const RequestClass& rc) {
+        rslt.returnData(makeInstance_Server(rc.className.c_str(), rc.nameSpace.c_str(), properties));
+    });
 }
 
 CmpiStatus getInstance_Server(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,

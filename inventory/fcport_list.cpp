@@ -20,11 +20,15 @@ using Log = Veltra_NIC_Utils;
 // Every type below NIC counts as FC (native FC and FC over Ethernet).
 bool isFCFunction(const vtapi_protocol_t* fn) { return fn->protocol_type < VTAPI_PROTOCOL_NIC; }
 
-// Copies a library text field that may lack its terminator.
+// Copies a library text field that may lack its terminator, cut to fit
+// `dst` and always terminated.
 void copyField(char* dst, size_t dstSize, const char* src, size_t srcSize)
 {
-    const size_t length = strnlen(src, srcSize);
-    snprintf(dst, dstSize, "%.*s", static_cast<int>(length), src);
+    if (dstSize == 0)
+        return;
+    const size_t length = std::min(strnlen(src, srcSize), dstSize - 1);
+    memcpy(dst, src, length);
+    dst[length] = '\0';
 }
 template <size_t N, size_t M>
 void copyField(char (&dst)[N], const char (&src)[M])

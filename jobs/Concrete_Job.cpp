@@ -208,14 +208,8 @@ void ConcreteJobStore::serializeLocked()
 {
     Log::DebugPrint("Entering SerializeConcreteJobToPrefFile");
     FILE* jobFile = PrefOpenPreferenceFileWriteMode(kConcreteJobPrefFile);
-    // The entries go to the default file, which a set only opens when it
-    // exists; create it empty so that the jobs are saved even on a host
-    // without saved eSwitch settings (an existing file is left as it is).
-    char path[kPrefPathSize];
-    if (!m_jobs.empty() && GetPrefFileFullPath(kDefaultPrefFile, path, sizeof path) && !FileExists(path)) {
-        if (FILE* created = fopen(path, "a"))
-            fclose(created);
-    }
+    // The entries go to the default file, which a set opens only when it
+    // exists: a host without one keeps no jobs across restarts.
     for (const auto& entry : m_jobs)
         SaveConcreteJobInfo(entry.second);
     PrefClosePreferenceFile(jobFile);
@@ -278,21 +272,11 @@ namespace {
 
 const char* kConcreteJobKeys[] = {"InstanceID", nullptr};
 
-// Enumerations: the request's class name and namespace, then `make` of
-// every job in ascending id order handed to the result.
-template <class Make>
-CmpiStatus enumerateJobs(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop, Make make)
+// Copies of the registered table's jobs, ascending id; none without a table.
+std::vector<Concrete_Job> registeredJobs()
 {
-    Log::DebugPrint("Entering %s", who);
-    RequestClass rc;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!GetRequestClass(cop, who, rc, failure))
-        return failure;
-    if (ConcreteJobStore* store = registeredStore())
-        for (const Concrete_Job& job : store->Jobs())
-            rslt.returnData(make(rc, job));
-    Log::DebugPrint("Exiting  %s", who);
-    return CmpiStatus(CMPI_RC_OK);
+    ConcreteJobStore* store = registeredStore();
+    return store ? store->Jobs() : std::vector<Concrete_Job>();
 }
 
 } // namespace
@@ -329,16 +313,19 @@ CmpiInstance makeInstance_ConcreteJob(const char* nameSpace, const char*, const 
 
 CmpiStatus enumInstanceNames_ConcreteJob(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
-    return enumerateJobs("enumInstanceNames_ConcreteJob", rslt, cop, [](const RequestClass& rc, const Concrete_Job& job) {
-        return makePath_ConcreteJob(rc.nameSpace.c_str(), rc.className.c_str(), job.jobId, job);
+    return RunEnumeration("enumInstanceNames_ConcreteJob", cop, [&](const RequestClass& rc) {
+        for (const Concrete_Job& job : registeredJobs())
+            rslt.returnData(makePath_ConcreteJob(rc.nameSpace.c_str(), rc.className.c_str(), job.jobId, job));
     });
 }
 
 CmpiStatus enumInstances_ConcreteJob(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                      const char** properties)
 {
-    return enumerateJobs("enumInstances_ConcreteJob", rslt, cop, [properties](const RequestClass& rc, const Concrete_Job& job) {
-        return makeInstance_ConcreteJob(rc.nameSpace.c_str(), rc.className.c_str(), properties, job.jobId, job);
+    return RunEnumeration("enumInstances_ConcreteJob", cop, [&](const RequestClass& rc) {
+        for (const Concrete_Job& job : registeredJobs())
+            rslt.returnData(
+                makeInstance_ConcreteJob(rc.nameSpace.c_str(), rc.className.c_str(), properties, job.jobId, job));
     });
 }
 

@@ -108,7 +108,8 @@ public:
     bool FinishAndSave(uint32_t id, uint32_t result, uint64_t now);
 
     // Empties "vltr_adapter_provider.config" and writes every job's entries
-    // with SaveConcreteJobInfo, ascending id.
+    // with SaveConcreteJobInfo, ascending id; they are saved only when the
+    // default preference file exists (the save never creates it).
     void SerializeConcreteJobToPrefFile();
     // Rebuilds the table from the saved entries of `fileName` in the
     // preference directory; jobs last changed more than an hour before

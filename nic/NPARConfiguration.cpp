@@ -149,6 +149,32 @@ const struct {
     {"ChangePCIFunctionPersonality", changePersonality},
 };
 
+// An enabled function of an adapter; false without an adapter (a lookup
+// that found none).
+struct NPARFunction {
+    vtapi_adapter_t* adapter;
+    uint32_t id;
+    explicit operator bool() const { return adapter != nullptr; }
+};
+
+// The first enabled function whose instance ID is `key`.
+NPARFunction findFunction(const char* key)
+{
+    NPARFunction found{nullptr, 0};
+    ForEachEnabledNPARFunction(kLookupWho, [&](vtapi_adapter_t* adapter, uint32_t id) {
+        if (strcasecmp(instanceIdOf(adapter, id).c_str(), key) != 0)
+            return true;
+        found = {adapter, id};
+        return false;
+    });
+    return found;
+}
+
+CmpiInstance makeFor(const RequestClass& rc, const char** properties, const NPARFunction& fn)
+{
+    return makeInstance_NPARConfiguration(rc.className.c_str(), rc.nameSpace.c_str(), properties, fn.adapter, fn.id);
+}
+
 } // namespace
 
 CmpiObjectPath makePath_NPARConfiguration(const char* className, const char* nameSpace,
@@ -218,63 +244,30 @@ CmpiInstance makeInstance_NPARConfiguration(const char* className, const char* n
 
 CmpiStatus enumInstanceNames_NPARConfiguration(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
-    Log::DebugPrint("Entering enumInstanceNames_NPARConfiguration");
-    RequestClass rc;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!GetRequestClass(cop, "enumInstanceNames_NPARConfiguration", rc, failure))
-        return failure;
-    ForEachEnabledNPARFunction(kLookupWho, [&](vtapi_adapter_t* adapter, uint32_t id) {
-        rslt.returnData(makePath_NPARConfiguration(rc.className.c_str(), rc.nameSpace.c_str(), adapter, id));
-        return true;
+    return RunEnumeration("enumInstanceNames_NPARConfiguration", cop, [&](const RequestClass& rc) {
+        ForEachEnabledNPARFunction(kLookupWho, [&](vtapi_adapter_t* adapter, uint32_t id) {
+            rslt.returnData(makePath_NPARConfiguration(rc.className.c_str(), rc.nameSpace.c_str(), adapter, id));
+            return true;
+        });
     });
-    Log::DebugPrint("Exiting  enumInstanceNames_NPARConfiguration");
-    return CmpiStatus(CMPI_RC_OK);
 }
 
 CmpiStatus enumInstances_NPARConfiguration(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                            const char** properties)
 {
-    Log::DebugPrint("Entering enumInstances_NPARConfiguration");
-    RequestClass rc;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!GetRequestClass(cop, "enumInstances_NPARConfiguration", rc, failure))
-        return failure;
-    ForEachEnabledNPARFunction(kLookupWho, [&](vtapi_adapter_t* adapter, uint32_t id) {
-        rslt.returnData(
-            makeInstance_NPARConfiguration(rc.className.c_str(), rc.nameSpace.c_str(), properties, adapter, id));
-        return true;
+    return RunEnumeration("enumInstances_NPARConfiguration", cop, [&](const RequestClass& rc) {
+        ForEachEnabledNPARFunction(kLookupWho, [&](vtapi_adapter_t* adapter, uint32_t id) {
+            rslt.returnData(makeFor(rc, properties, NPARFunction{adapter, id}));
+            return true;
+        });
     });
-    Log::DebugPrint("Exiting  enumInstances_NPARConfiguration");
-    return CmpiStatus(CMPI_RC_OK);
 }
 
 CmpiStatus getInstance_NPARConfiguration(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                          const char** properties, bool returnInstance)
 {
-    Log::DebugPrint("Entering getInstance_NPARConfiguration");
-    std::string key;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!ReadStringKey(cop, "InstanceID", "getInstance_NPARConfiguration", key, failure))
-        return failure;
-    vtapi_adapter_t* found = nullptr;
-    uint32_t foundId = 0;
-    ForEachEnabledNPARFunction(kLookupWho, [&](vtapi_adapter_t* adapter, uint32_t id) {
-        if (strcasecmp(instanceIdOf(adapter, id).c_str(), key.c_str()) != 0)
-            return true;
-        found = adapter;
-        foundId = id;
-        return false;
-    });
-    if (!found)
-        ThrowNotFound("getInstance_NPARConfiguration", key.c_str());
-    RequestClass rc;
-    if (!GetRequestClass(cop, "getInstance_NPARConfiguration", rc, failure))
-        return failure;
-    if (returnInstance)
-        rslt.returnData(
-            makeInstance_NPARConfiguration(rc.className.c_str(), rc.nameSpace.c_str(), properties, found, foundId));
-    Log::DebugPrint("Exiting  getInstance_NPARConfiguration");
-    return CmpiStatus(CMPI_RC_OK);
+    return RunGet("getInstance_NPARConfiguration", rslt, cop, returnInstance, findFunction,
+                  [properties](const RequestClass& rc, const NPARFunction& fn) { return makeFor(rc, properties, fn); });
 }
 
 CmpiStatus invokeMethod_NPARConfiguration(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& ref,

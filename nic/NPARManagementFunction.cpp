@@ -3,15 +3,12 @@
 #include "adapter_tree.h"
 #include "handler_pattern.h"
 #include "npar_ops.h"
-#include "veltra_nic_utils.h"
 
 #include "CmpiData.h"
 
 #include <string>
 
 namespace {
-
-using Log = Veltra_NIC_Utils;
 
 bool isNPARCapable(const vtapi_adapter_t* adapter) { return adapter->npar_capable != 0; }
 
@@ -26,6 +23,13 @@ void forEachCapableAdapter(Visit visit)
     });
 }
 
+// The NPAR-capable adapter that `key` names, or null.
+const vtapi_adapter_t* findCapableAdapter(const char* key)
+{
+    const vtapi_adapter_t* adapter = FindAdapter(key);
+    return adapter && isNPARCapable(adapter) ? adapter : nullptr;
+}
+
 // Functions whose personality is not "disabled".
 uint32_t enabledFunctionCount(const vtapi_adapter_t* adapter)
 {
@@ -33,6 +37,11 @@ uint32_t enabledFunctionCount(const vtapi_adapter_t* adapter)
     for (uint32_t id = 0, count = GetNPARCount(adapter); id < count; ++id)
         enabled += GetNPARCapabilityMask(adapter, id) != VTAPI_NPAR_CAP_DISABLED;
     return enabled;
+}
+
+CmpiInstance makeFor(const RequestClass& rc, const char** properties, const vtapi_adapter_t* adapter)
+{
+    return makeInstance_NPARManagementFunction(rc.className.c_str(), rc.nameSpace.c_str(), properties, adapter);
 }
 
 } // namespace
@@ -71,53 +80,29 @@ CmpiInstance makeInstance_NPARManagementFunction(const char* className, const ch
 
 CmpiStatus enumInstanceNames_NPARManagementFunction(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
-    Log::DebugPrint("Entering enumInstanceNames_NPARManagementFunction");
-    RequestClass rc;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!GetRequestClass(cop, "enumInstanceNames_NPARManagementFunction", rc, failure))
-        return failure;
-    forEachCapableAdapter([&](const vtapi_adapter_t* adapter) {
-        rslt.returnData(makePath_NPARManagementFunction(rc.className.c_str(), rc.nameSpace.c_str(), adapter));
+    return RunEnumeration("enumInstanceNames_NPARManagementFunction", cop, [&](const RequestClass& rc) {
+        forEachCapableAdapter([&](const vtapi_adapter_t* adapter) {
+            rslt.returnData(makePath_NPARManagementFunction(rc.className.c_str(), rc.nameSpace.c_str(), adapter));
+        });
     });
-    Log::DebugPrint("Exiting  enumInstanceNames_NPARManagementFunction");
-    return CmpiStatus(CMPI_RC_OK);
 }
 
 CmpiStatus enumInstances_NPARManagementFunction(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                                 const char** properties)
 {
-    Log::DebugPrint("Entering enumInstances_NPARManagementFunction");
-    RequestClass rc;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!GetRequestClass(cop, "enumInstances_NPARManagementFunction", rc, failure))
-        return failure;
-    forEachCapableAdapter([&](const vtapi_adapter_t* adapter) {
-        rslt.returnData(
-            makeInstance_NPARManagementFunction(rc.className.c_str(), rc.nameSpace.c_str(), properties, adapter));
+    return RunEnumeration("enumInstances_NPARManagementFunction", cop, [&](const RequestClass& rc) {
+        forEachCapableAdapter(
+            [&](const vtapi_adapter_t* adapter) { rslt.returnData(makeFor(rc, properties, adapter)); });
     });
-    Log::DebugPrint("Exiting  enumInstances_NPARManagementFunction");
-    return CmpiStatus(CMPI_RC_OK);
 }
 
 CmpiStatus getInstance_NPARManagementFunction(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                               const char** properties, bool returnInstance)
 {
-    Log::DebugPrint("Entering getInstance_NPARManagementFunction");
-    std::string key;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!ReadStringKey(cop, "InstanceID", "getInstance_NPARManagementFunction", key, failure))
-        return failure;
-    const vtapi_adapter_t* adapter = FindAdapter(key.c_str());
-    if (!adapter || !isNPARCapable(adapter))
-        ThrowNotFound("getInstance_NPARManagementFunction", key.c_str());
-    RequestClass rc;
-    if (!GetRequestClass(cop, "getInstance_NPARManagementFunction", rc, failure))
-        return failure;
-    if (returnInstance)
-        rslt.returnData(
-            makeInstance_NPARManagementFunction(rc.className.c_str(), rc.nameSpace.c_str(), properties, adapter));
-    Log::DebugPrint("Exiting  getInstance_NPARManagementFunction");
-    return CmpiStatus(CMPI_RC_OK);
+    return RunGet("getInstance_NPARManagementFunction", rslt, cop, returnInstance, findCapableAdapter,
+                  [properties](const RequestClass& rc, const vtapi_adapter_t* adapter) {
+                      return makeFor(rc, properties, adapter);
+                  });
 }
 
 const ClassHandlers g_Handlers_NPARManagementFunction = {enumInstanceNames_NPARManagementFunction,

@@ -1,24 +1,26 @@
 // The common shape of class handler families: property lists, key reads,
-// not-found reports, paths and instances, CMPI code texts.
+// not-found reports, paths and instances, CMPI code texts, and the
+// enumeration and get handlers built from them.
 //
-// Typical get handler:
-//     Veltra_NIC_Utils::DebugPrint("Entering getInstance_Server");
-//     std::string key;
-//     CmpiStatus failure(CMPI_RC_OK);
-//     if (!ReadStringKey(cop, "InstanceID", "getInstance_Server", key, failure))
-//         return failure;
-//     if (strcasecmp(key.c_str(), identity) != 0)
-//         ThrowNotFound("getInstance_Server", key.c_str());
-//     RequestClass rc;
-//     if (!GetRequestClass(cop, "getInstance_Server", rc, failure))
-//         return failure;
-//     if (returnInstance)
-//         rslt.returnData(makeInstance_Server(rc.className.c_str(), rc.nameSpace.c_str(), properties));
+// Typical handlers of a class keyed by "InstanceID":
+//     CmpiStatus enumInstanceNames_X(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
+//     {
+//         return RunEnumeration("enumInstanceNames_X", cop, [&](const RequestClass& rc) {
+//             forEachX([&](const X* x) { rslt.returnData(makePath_X(rc.className.c_str(), rc.nameSpace.c_str(), x)); });
+//         });
+//     }
+//     CmpiStatus getInstance_X(..., const char** properties, bool returnInstance)
+//     {
+//         return RunGet("getInstance_X", rslt, cop, returnInstance, findX,
+//                       [properties](const RequestClass& rc, const X* x) { return makeInstance_X(..., x); });
+//     }
 #pragma once
 
 #include "CmpiInstance.h"
 #include "CmpiObjectPath.h"
+#include "CmpiResult.h"
 #include "CmpiStatus.h"
+#include "veltra_nic_utils.h"
 
 #include <initializer_list>
 #include <string>
@@ -72,3 +74,47 @@ CmpiObjectPath MakeKeyedPath(const char* className, const char* nameSpace,
 // the properties set afterwards that were not asked for are dropped.
 CmpiInstance MakeFilteredInstance(const CmpiObjectPath& path, const char** properties,
                                   const char** keys);
+
+// The enumeration shape: debug-logs "Entering <who>", reads the request's
+// class name and namespace (a failure returns its status), calls
+// each(requestClass), which hands the paths or instances to the result, and
+// debug-logs "Exiting  <who>".
+template <class Each>
+CmpiStatus RunEnumeration(const char* who, const CmpiObjectPath& cop, Each each)
+{
+    Veltra_NIC_Utils::DebugPrint("Entering %s", who);
+    RequestClass rc;
+    CmpiStatus failure(CMPI_RC_OK);
+    if (!GetRequestClass(cop, who, rc, failure))
+        return failure;
+    each(static_cast<const RequestClass&>(rc));
+    Veltra_NIC_Utils::DebugPrint("Exiting  %s", who);
+    return CmpiStatus(CMPI_RC_OK);
+}
+
+// The get shape of a class keyed by "InstanceID": debug-logs
+// "Entering <who>", reads the key, `find(key)` gives the object (one that
+// tests false: not found is thrown), reads the request's class name and
+// namespace, hands make(requestClass, object) to the result when the
+// instance is asked for, and debug-logs "Exiting  <who>". A failed read
+// returns its status.
+template <class Find, class Make>
+CmpiStatus RunGet(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop, bool returnInstance, Find find,
+                  Make make)
+{
+    Veltra_NIC_Utils::DebugPrint("Entering %s", who);
+    std::string key;
+    CmpiStatus failure(CMPI_RC_OK);
+    if (!ReadStringKey(cop, "InstanceID", who, key, failure))
+        return failure;
+    const auto object = find(key.c_str());
+    if (!object)
+        ThrowNotFound(who, key.c_str());
+    RequestClass rc;
+    if (!GetRequestClass(cop, who, rc, failure))
+        return failure;
+    if (returnInstance)
+        rslt.returnData(make(static_cast<const RequestClass&>(rc), object));
+    Veltra_NIC_Utils::DebugPrint("Exiting  %s", who);
+    return CmpiStatus(CMPI_RC_OK);
+}

@@ -154,12 +154,26 @@ TEST_F(ConcreteJobStoreTest, SaveWritesSixEntriesPerJobIntoTheDefaultFile)
     EXPECT_EQ(PrefGetProperty(nullptr, "4711#STATUS"), std::string("2"));
 }
 
-TEST_F(ConcreteJobStoreTest, SaveCreatesAMissingDefaultFileAndKeepsLinesWhole)
+TEST_F(ConcreteJobStoreTest, SaveWritesOnlyIntoAnExistingDefaultFileAndKeepsLinesWhole)
 {
+    // Without the default file the jobs are kept in the table only: the
+    // save empties the job file but creates no default file.
     ConcreteJobStore store;
-    // A line end in the description (library data) becomes a blank.
+    write(at(kJobFile), "old content\n");
     EXPECT_TRUE(store.AddAndSave(job(5, "SER\n5#STATUS=2", CONCRETE_JOB_RUNNING, 0)));
-    EXPECT_EQ(lines(at(kDefault)), savedLines(job(5, "SER 5#STATUS=2", CONCRETE_JOB_RUNNING, 0)));
+    EXPECT_TRUE(store.FinishAndSave(5, 0, kTime + 1));
+    EXPECT_FALSE(fs::exists(at(kDefault)));
+    EXPECT_EQ(read(at(kJobFile)), "");
+    Concrete_Job finished;
+    ASSERT_TRUE(store.Find(5, finished));
+    EXPECT_EQ(finished.status, CONCRETE_JOB_COMPLETED);
+
+    // Once the file is there the next save writes the entries; a line end
+    // in the description (library data) becomes a blank.
+    write(at(kDefault), "");
+    store.SerializeConcreteJobToPrefFile();
+    EXPECT_EQ(lines(at(kDefault)),
+              savedLines(job(5, "SER 5#STATUS=2", CONCRETE_JOB_COMPLETED, 0, kTime + 1)));
 }
 
 TEST_F(ConcreteJobStoreTest, ReloadRoundTripAndItsRules)
@@ -214,6 +228,7 @@ TEST_F(ConcreteJobStoreTest, ConcurrentStartsFinishesAndReads)
     constexpr int kThreads = 4;
     constexpr int kJobsPerThread = 4;
     ConcreteJobStore store;
+    write(at(kDefault), "");
     std::atomic<bool> go{false};
     std::atomic<bool> done{false};
     std::vector<std::thread> threads;

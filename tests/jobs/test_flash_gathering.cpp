@@ -263,7 +263,7 @@ TEST_F(FlashGatheringTest, NICAdapterClassFlashesInTheRequestFromItsOwnFile)
     EXPECT_EQ(calls("VTAPI_UpdateFlash").size(), 1u);
     EXPECT_EQ(flashed(kCNA)["last_checksum"], checksum(image));
     EXPECT_TRUE(logged("Exiting  invokeMethod_NICAdapter, exit code=0"));
-    EXPECT_EQ(read(at("/var/tmp/eswitch.config")).find("#STATUS="), std::string::npos);
+    EXPECT_EQ(read(at(kPreferenceFile)).find("#STATUS="), std::string::npos);
 }
 
 } // namespace

@@ -44,7 +44,7 @@ TEST_F(FlashJobTest, SlowUpdateRunsAsAJobThatEndsCompletedAndIsSaved)
     EXPECT_EQ(saved["RESULT"], "0");
     EXPECT_EQ(saved["END"], "1");
     const std::string startedAt = saved["TOLSC"];
-    EXPECT_TRUE(std::regex_match(startedAt, std::regex("[1-9][0-9]{15}"))) << startedAt;
+    EXPECT_TRUE(startedAt.size() == 16 && startedAt[0] != '0' && isDigits(startedAt)) << startedAt;
     // The job file "vltr_adapter_provider.config" is emptied by each save.
     EXPECT_EQ(read(at("/var/tmp/vltr_adapter_provider.config")), "");
 
@@ -96,6 +96,18 @@ TEST_F(FlashJobTest, FailingUpdateEndsTheJobFailedWithTheLibraryCode)
     // Kept for a look (RemoveTempFlashFile is off).
     EXPECT_EQ(read(at("/var/tmp/vtflash") + std::to_string(id) + ".bin"), text(image));
     EXPECT_TRUE(flashed(kFC2).is_null());
+}
+
+TEST_F(FlashJobTest, WithoutThePreferenceFileTheJobRunsButIsNotSaved)
+{
+    start();
+    fs::remove(at(kPreferenceFile));
+    const auto image = pattern(40, 8);
+    const uint32_t id = startJob(kFC, image);
+    ASSERT_TRUE(waitForJobState(id, "7"));
+    EXPECT_EQ(flashed(kFC)["last_checksum"], checksum(image));
+    EXPECT_FALSE(fs::exists(at(kPreferenceFile))) << "the save creates no preference file";
+    EXPECT_EQ(read(at("/var/tmp/vltr_adapter_provider.config")), "");
 }
 
 TEST_F(FlashJobTest, NICAndISCSIJobsUseTheirWorkers)

@@ -10,7 +10,6 @@
 
 #include <cerrno>
 #include <map>
-#include <regex>
 
 #ifndef FLASH_TEST_LIBRARY
 #error "FLASH_TEST_LIBRARY and FLASH_MOF_DIR come from the build"
@@ -26,6 +25,7 @@ inline const char* const kCNA = "VT26N51203"; // NIC, FCoE and iSCSI on each of 
 inline const char* const kAdapter = "Veltra_Adapter";
 inline const char* const kNICAdapter = "VeltraNIC_Adapter";
 inline const char* const kJob = "Veltra_Adapter_ConcreteJob2";
+inline const char* const kPreferenceFile = "/var/tmp/eswitch.config";
 constexpr uint32_t kOption = 1u << 16;
 constexpr uint32_t kAsync = 1u << 17;
 constexpr uint32_t kLast = 65535;
@@ -69,9 +69,12 @@ protected:
 
     // Loads the provider with these extra properties over `host` (the
     // default host when null).
+    // The default preference file is created empty, as on a host with saved
+    // eSwitch settings: the job entries are saved only into an existing one.
     void start(const std::string& extraProperties = "", const Json* host = nullptr)
     {
         properties("ErrorLog=1\nDebugLog=1\n" + extraProperties);
+        write(at(kPreferenceFile), "");
         if (host) {
             ASSERT_EQ(vtsim_load_host_json(host->dump().c_str()), 0) << vtsim_last_error();
         }
@@ -153,12 +156,23 @@ protected:
     // Staging files of jobs ("vtflash<number>.bin") in /var/tmp, by name.
     std::map<std::string, std::string> stagedFiles() const
     {
-        static const std::regex kName("vtflash[0-9]+\\.bin");
         std::map<std::string, std::string> files;
         for (const auto& entry : fs::directory_iterator(at("/var/tmp")))
-            if (std::regex_match(entry.path().filename().string(), kName))
+            if (isStagedFileName(entry.path().filename().string()))
                 files[entry.path().filename().string()] = read(entry.path().string());
         return files;
+    }
+    // "vtflash<digits>.bin"
+    static bool isStagedFileName(const std::string& name)
+    {
+        const std::string prefix = "vtflash", suffix = ".bin";
+        return name.size() > prefix.size() + suffix.size() && name.rfind(prefix, 0) == 0 &&
+               name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0 &&
+               isDigits(name.substr(prefix.size(), name.size() - prefix.size() - suffix.size()));
+    }
+    static bool isDigits(const std::string& text)
+    {
+        return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
     }
     static std::string text(const std::vector<uint8_t>& bytes) { return {bytes.begin(), bytes.end()}; }
     bool logged(const std::string& message) const { return logCount(message) > 0; }
@@ -187,7 +201,7 @@ protected:
     {
         std::map<std::string, std::string> fields;
         const std::string prefix = std::to_string(id) + "#";
-        for (const std::string& line : split(read(at("/var/tmp/eswitch.config"))))
+        for (const std::string& line : split(read(at(kPreferenceFile))))
             if (line.rfind(prefix, 0) == 0 && line.find('=') != std::string::npos)
                 fields[line.substr(prefix.size(), line.find('=') - prefix.size())] =
                     line.substr(line.find('=') + 1);

@@ -1,0 +1,99 @@
+// The enumeration and get shape that the class families share, as a client
+// sees it across every family keyed by "InstanceID": the shipped provider
+// library in the in-process object manager (strict mode, all shipped class
+// declarations) over the default simulated host.
+#include "frame_test.h"
+
+namespace {
+
+struct Family {
+    const char* className;
+    const char* handler;   // suffix of the handler names in the log
+    bool getLogsItsEnd;    // "Exiting  getInstance_<handler>"
+    bool hasInstances;     // on the default host
+};
+
+const Family kFamilies[] = {
+    {"Veltra_Server", "Server", false, true},
+    {"Veltra_Adapter", "Adapter", true, true},
+    {"VeltraNIC_Adapter", "NICAdapter", true, true},
+    {"Veltra_PhysicalPort", "Adapter_PhyPort", true, true},
+    {"VeltraFC_Port", "FCPort", true, true},
+    {"VeltraNIC_NPARConfiguration", "NPARConfiguration", true, true},
+    {"VeltraNIC_NPARManagementFunction", "NPARManagementFunction", true, true},
+    {"Veltra_Adapter_ConcreteJob2", "ConcreteJob", true, false},
+};
+
+class ClassHandlerTest : public FrameTest {
+protected:
+    // Whether `first` and then `second` were logged.
+    bool loggedInOrder(const std::string& first, const std::string& second) const
+    {
+        const long a = logIndex(first), b = logIndex(second);
+        return a >= 0 && b > a;
+    }
+};
+
+TEST_F(ClassHandlerTest, EveryFamilyEnumeratesAndGetsInTheSameShape)
+{
+    const vcim::Status loaded = load(PROVIDER_LIBRARY, FRAME_MOF_DIR);
+    ASSERT_TRUE(loaded.ok()) << loaded.msg;
+    const vcim::PropertyList onlyKey{"InstanceID"};
+
+    for (const Family& f : kFamilies) {
+        SCOPED_TRACE(f.className);
+        const std::string names = std::string("enumInstanceNames_") + f.handler;
+        const std::string instances = std::string("enumInstances_") + f.handler;
+        const std::string get = std::string("getInstance_") + f.handler;
+
+        std::vector<vcim::ObjectPath> paths;
+        ASSERT_TRUE(broker().enumInstanceNames(classPath(f.className), paths).ok());
+        EXPECT_EQ(paths.empty(), !f.hasInstances);
+        EXPECT_TRUE(loggedInOrder("Entering " + names, "Exiting  " + names));
+        std::vector<std::string> keys;
+        for (const vcim::ObjectPath& p : paths) {
+            EXPECT_EQ(p.className, f.className);
+            keys.push_back(p.key("InstanceID") ? p.key("InstanceID")->s : "<no key>");
+        }
+
+        // The same objects in the same order, each with no more than asked for.
+        std::vector<vcim::Instance> all;
+        ASSERT_TRUE(broker().enumInstances(classPath(f.className), &onlyKey, all).ok());
+        EXPECT_TRUE(loggedInOrder("Entering " + instances, "Exiting  " + instances));
+        std::vector<std::string> instanceKeys;
+        for (const vcim::Instance& i : all) {
+            instanceKeys.push_back(i.get("InstanceID") ? i.get("InstanceID")->s : "<no key>");
+            EXPECT_EQ(i.props.size(), 1u) << instanceKeys.back();
+        }
+        EXPECT_EQ(instanceKeys, keys);
+
+        // A get of the first object answers it, filtered alike.
+        if (!keys.empty()) {
+            vcim::Instance one;
+            const vcim::Status found = broker().getInstance(keyPath(f.className, keys[0]), &onlyKey, one);
+            ASSERT_TRUE(found.ok()) << found.msg;
+            EXPECT_EQ(one.path.key("InstanceID")->s, keys[0]);
+            EXPECT_EQ(one.props.size(), 1u);
+            if (f.getLogsItsEnd) {
+                EXPECT_EQ(logCount("Exiting  " + get), 1u);
+            }
+        }
+    }
+
+    // A key that names nothing: not found, carrying the key, error-logged
+    // with the handler's name (the job class reads its key as a number).
+    for (const Family& f : kFamilies) {
+        SCOPED_TRACE(f.className);
+        vcim::Instance none;
+        const vcim::Status missing = broker().getInstance(keyPath(f.className, "NO_SUCH_KEY"), nullptr, none);
+        EXPECT_EQ(missing.rc, CMPI_RC_ERR_NOT_FOUND);
+        EXPECT_EQ(missing.msg, "NO_SUCH_KEY");
+        const std::string logged =
+            std::string(f.handler) == "ConcreteJob"
+                ? "getInstance_ConcreteJob: Error invalid key InstanceID for ConcreteJob =NO_SUCH_KEY!"
+                : std::string("getInstance_") + f.handler + ": Error no matching instance found, KeyValue=NO_SUCH_KEY!";
+        EXPECT_EQ(logCount(logged), 1u);
+    }
+}
+
+} // namespace
