@@ -1,11 +1,15 @@
-#include "FCPort_Ext.h"
-
+// "Veltra_FCPort_Ext": the FC port extension class. Its content is not
+// defined yet: enumerations are empty, every get is not found, modify
+// requests are refused and every method answers 1.
+#include "class_registry.h"
 #include "handler_pattern.h"
 #include "veltra_nic_utils.h"
 
 #include "CmpiData.h"
 
 #include <string>
+
+namespace {
 
 using Log = Veltra_NIC_Utils;
 
@@ -44,13 +48,12 @@ CmpiStatus invokeMethod_FCPort_Ext(const CmpiContext&, CmpiResult& rslt, const C
                                    const char* methodName, const CmpiArgs&, CmpiArgs&)
 {
     Log::DebugPrint("invokeMethod_FCPort_Ext: unknown method %s", methodName ? methodName : "");
-    try {
-        rslt.returnData(CmpiData(CMPIUint32(1)));
-    } catch (...) {
-    }
-    return CmpiStatus(CMPI_RC_OK);
+    return RunMethod(rslt, [] { return MethodOutcome::Value(1); });
 }
 
-const ClassHandlers g_Handlers_FCPort_Ext = {enumInstanceNames_FCPort_Ext, enumInstances_FCPort_Ext,
-                                             getInstance_FCPort_Ext,       setInstance_FCPort_Ext,
-                                             invokeMethod_FCPort_Ext,      nullptr};
+} // namespace
+
+VELTRA_CLASS_FAMILY(FCPort_Ext, "Veltra_FCPort_Ext",
+                    (ClassHandlers{enumInstanceNames_FCPort_Ext, enumInstances_FCPort_Ext, getInstance_FCPort_Ext,
+                                   setInstance_FCPort_Ext, invokeMethod_FCPort_Ext, nullptr}),
+                    nullptr);

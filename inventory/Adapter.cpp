@@ -1,4 +1,5 @@
 #include "Adapter.h"
+#include "class_registry.h"
 
 #include "FlashUpdate.h"
 #include "Veltra_Adapter_Provider.h"
@@ -632,35 +633,35 @@ CmpiStatus InvokeAdapterClassMethod(const AdapterMethodClass& cls, const CmpiCon
     }
     MethodCall call{cls, ctx, ref, in, out, std::string(), nullptr, FlashFailure()};
     uint32_t result = kFlashMethodFailed;
-    try {
-        CmpiStatus keyFailure(CMPI_RC_OK);
-        if (!ReadStringKey(ref, "InstanceID", cls.who, call.key, keyFailure))
-            fail(call,
-                 keyFailure.rc() == CMPI_RC_OK ? CMPI_RC_ERR_INVALID_PARAMETER
-                                               : static_cast<CMPIrc>(keyFailure.rc()),
-                 "Invalid argument [%s]!", "InstanceID");
-        else
-            result = method->run(call);
-    } catch (const CmpiStatus& status) {
-        Log::LogError("%s %s exception: %s %s", cls.who, method->label, GetCMPIErrorString(status.rc()),
-                      status.msg() ? status.msg() : "");
-        call.failure.rc = CMPI_RC_ERR_FAILED;
-        call.failure.message = status.msg() ? status.msg() : GetCMPIErrorString(status.rc());
-        result = kFlashMethodFailed;
-    } catch (const std::exception& e) {
-        Log::LogError("%s %s exception: %s %s", cls.who, method->label, "std::exception", e.what());
-        call.failure.rc = CMPI_RC_ERR_FAILED;
-        call.failure.message = e.what();
-        result = kFlashMethodFailed;
-    }
-    try {
-        rslt.returnData(CmpiData(static_cast<CMPIUint32>(result)));
-    } catch (...) {
-    }
+    const CmpiStatus status = RunMethod(rslt, [&] {
+        try {
+            CmpiStatus keyFailure(CMPI_RC_OK);
+            if (!ReadStringKey(ref, "InstanceID", cls.who, call.key, keyFailure))
+                fail(call,
+                     keyFailure.rc() == CMPI_RC_OK ? CMPI_RC_ERR_INVALID_PARAMETER
+                                                   : static_cast<CMPIrc>(keyFailure.rc()),
+                     "Invalid argument [%s]!", "InstanceID");
+            else
+                result = method->run(call);
+        } catch (const CmpiStatus& status) {
+            Log::LogError("%s %s exception: %s %s", cls.who, method->label, GetCMPIErrorString(status.rc()),
+                          status.msg() ? status.msg() : "");
+            call.failure.rc = CMPI_RC_ERR_FAILED;
+            call.failure.message = status.msg() ? status.msg() : GetCMPIErrorString(status.rc());
+            result = kFlashMethodFailed;
+        } catch (const std::exception& e) {
+            Log::LogError("%s %s exception: %s %s", cls.who, method->label, "std::exception", e.what());
+            call.failure.rc = CMPI_RC_ERR_FAILED;
+            call.failure.message = e.what();
+            result = kFlashMethodFailed;
+        }
+        const CmpiStatus failure = call.failure.rc != CMPI_RC_OK
+                                       ? CmpiStatus(call.failure.rc, call.failure.message.c_str())
+                                       : CmpiStatus(CMPI_RC_OK);
+        return MethodOutcome::Value(result, failure);
+    });
     Log::DebugPrint("Exiting  %s, exit code=%d", cls.who, static_cast<int>(result));
-    if (call.failure.rc != CMPI_RC_OK)
-        return CmpiStatus(call.failure.rc, call.failure.message.c_str());
-    return CmpiStatus(CMPI_RC_OK);
+    return status;
 }
 
 CmpiStatus invokeMethod_Adapter(const CmpiContext& ctx, CmpiResult& rslt, const CmpiObjectPath& ref,
@@ -669,5 +670,6 @@ CmpiStatus invokeMethod_Adapter(const CmpiContext& ctx, CmpiResult& rslt, const 
     return InvokeAdapterClassMethod(kAdapterClass, ctx, rslt, ref, methodName, in, out);
 }
 
-const ClassHandlers g_Handlers_Adapter = {
-    enumInstanceNames_Adapter, enumInstances_Adapter, getInstance_Adapter, nullptr, invokeMethod_Adapter, nullptr};
+VELTRA_CLASS_FAMILY(Adapter, "Veltra_Adapter",
+                    (ClassHandlers{enumInstanceNames_Adapter, enumInstances_Adapter, getInstance_Adapter, nullptr, invokeMethod_Adapter, nullptr}),
+                    nullptr);

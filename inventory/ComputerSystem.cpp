@@ -1,5 +1,6 @@
 #include "ComputerSystem.h"
 
+#include "class_registry.h"
 #include "handler_pattern.h"
 #include "helpers.h"
 #include "root_path.h"
@@ -184,3 +185,9 @@ CmpiStatus getInstance_ComputerSystem(const CmpiContext&, CmpiResult& rslt,
         rslt.returnData(makeInstance_ComputerSystem(className.c_str(), nameSpace.c_str(), properties));
     return CmpiStatus(CMPI_RC_OK);
 }
+
+namespace {
+// The start-up takes the host identity before the first request.
+void takeHostIdentity() { buildComputerSystem(hostName_ComputerSystem, &hostNameType_ComputerSystem); }
+} // namespace
+VELTRA_PROVIDER_HOOK(hostIdentity, ProviderHook::HostIdentity, takeHostIdentity, 0);

@@ -1,6 +1,8 @@
-#include "NICAdapter.h"
-
+// The class "VeltraNIC_Adapter": every adapter of the inventory seen from
+// its Ethernet side, keyed by its serial number. Its firmware update is
+// always synchronous and staged in "/var/tmp/vtflash.bin".
 #include "Adapter.h"
+#include "class_registry.h"
 #include "adapter_lookups.h"
 
 namespace {
@@ -45,13 +47,6 @@ const AdapterProperty kNICAdapterProperties[] = {
 
 const AdapterMethodClass kNICAdapterClass = {"invokeMethod_NICAdapter", false};
 
-CmpiInstance makeFor(const RequestClass& rc, const char** properties, vtapi_adapter_t* adapter)
-{
-    return makeInstance_NICAdapter(rc.className.c_str(), rc.nameSpace.c_str(), properties, adapter);
-}
-
-} // namespace
-
 CmpiObjectPath makePath_NICAdapter(const char* className, const char* nameSpace, const vtapi_adapter_t* adapter)
 {
     return MakeKeyedPath(className, nameSpace, {{"InstanceID", RecordField(adapter->name).c_str()}});
@@ -65,6 +60,11 @@ CmpiInstance makeInstance_NICAdapter(const char* className, const char* nameSpac
     SetAdapterProperties(instance, adapter, kNICAdapterProperties,
                          sizeof kNICAdapterProperties / sizeof kNICAdapterProperties[0]);
     return instance;
+}
+
+CmpiInstance makeFor(const RequestClass& rc, const char** properties, vtapi_adapter_t* adapter)
+{
+    return makeInstance_NICAdapter(rc.className.c_str(), rc.nameSpace.c_str(), properties, adapter);
 }
 
 CmpiStatus enumInstanceNames_NICAdapter(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
@@ -101,6 +101,8 @@ CmpiStatus invokeMethod_NICAdapter(const CmpiContext& ctx, CmpiResult& rslt, con
     return InvokeAdapterClassMethod(kNICAdapterClass, ctx, rslt, ref, methodName, in, out);
 }
 
-const ClassHandlers g_Handlers_NICAdapter = {enumInstanceNames_NICAdapter, enumInstances_NICAdapter,
-                                             getInstance_NICAdapter,       nullptr,
-                                             invokeMethod_NICAdapter,      nullptr};
+} // namespace
+
+VELTRA_CLASS_FAMILY(NICAdapter, "VeltraNIC_Adapter",
+                    (ClassHandlers{enumInstanceNames_NICAdapter, enumInstances_NICAdapter, getInstance_NICAdapter, nullptr, invokeMethod_NICAdapter, nullptr}),
+                    nullptr);

@@ -1,11 +1,15 @@
-#include "PhysicalPort.h"
-
+// The class "Veltra_PhysicalPort": each physical port of an adapter, keyed
+// by "<serial>;<port number>", with the kinds of the functions it carries.
 #include "Adapter.h"
+#include "class_registry.h"
 #include "adapter_lookups.h"
 
 #include <cstdio>
 
 namespace {
+
+// "SupportedProtocolTypes": NIC 1, FC 2, iSCSI 4, FCoE 8 over the port's functions.
+uint32_t SupportedProtocolTypes(const vtapi_phy_port_t* port);
 
 const char* kPhysicalPortKeys[] = {"InstanceID", nullptr};
 
@@ -29,20 +33,12 @@ void setU8(CmpiInstance& i, const char* name, uint8_t value)
     i.setProperty(name, CmpiData(static_cast<CMPIUint8>(value)));
 }
 
-CmpiInstance makeFor(const RequestClass& rc, const char** properties, const AdapterPort& at)
-{
-    return makeInstance_Adapter_PhyPort(rc.className.c_str(), rc.nameSpace.c_str(), properties, at.adapter,
-                                        at.port);
-}
-
 AdapterPort findPort(const char* key)
 {
     AdapterPort at{nullptr, nullptr};
     at.port = FindPhysicalPort(key, &at.adapter);
     return at;
 }
-
-} // namespace
 
 uint32_t SupportedProtocolTypes(const vtapi_phy_port_t* port)
 {
@@ -83,6 +79,12 @@ CmpiInstance makeInstance_Adapter_PhyPort(const char* className, const char* nam
     return instance;
 }
 
+CmpiInstance makeFor(const RequestClass& rc, const char** properties, const AdapterPort& at)
+{
+    return makeInstance_Adapter_PhyPort(rc.className.c_str(), rc.nameSpace.c_str(), properties, at.adapter,
+                                        at.port);
+}
+
 CmpiStatus enumInstanceNames_Adapter_PhyPort(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
     return RunEnumeration("enumInstanceNames_Adapter_PhyPort", cop, [&](const RequestClass& rc) {
@@ -112,9 +114,8 @@ CmpiStatus getInstance_Adapter_PhyPort(const CmpiContext&, CmpiResult& rslt, con
         [properties](const RequestClass& rc, const AdapterPort& at) { return makeFor(rc, properties, at); });
 }
 
-const ClassHandlers g_Handlers_Adapter_PhyPort = {enumInstanceNames_Adapter_PhyPort,
-                                                  enumInstances_Adapter_PhyPort,
-                                                  getInstance_Adapter_PhyPort,
-                                                  nullptr,
-                                                  nullptr,
-                                                  nullptr};
+} // namespace
+
+VELTRA_CLASS_FAMILY(Adapter_PhyPort, "Veltra_PhysicalPort",
+                    (ClassHandlers{enumInstanceNames_Adapter_PhyPort, enumInstances_Adapter_PhyPort, getInstance_Adapter_PhyPort, nullptr, nullptr, nullptr}),
+                    nullptr);

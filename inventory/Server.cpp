@@ -1,11 +1,13 @@
-#include "Server.h"
-
+// "Veltra_Server": the provider's single top-level object, keyed by the host
+// identity. It carries the instrumentation version, counts the adapters by
+// kind and offers "RefreshConfiguration", which rebuilds the inventory.
 #include "ComputerSystem.h"
 #include "Veltra_Adapter_Provider.h"
 #include "adapter_tree.h"
-#include "eswitch_save_restore.h"
-#include "fcport_list.h"
+#include "class_registry.h"
 #include "handler_pattern.h"
+#include "property_table.h"
+#include "provider_globals.h"
 #include "veltra_nic_utils.h"
 
 #include "CmpiData.h"
@@ -47,13 +49,21 @@ AdapterCounts countAdapters()
 void refreshConfiguration()
 {
     VTAPI_RefreshData();
-    removeFCPortList();
-    buildFCPortList();
-    RestoreESwitchConfiguration();
+    RebuildInventory();
     gNeedRefresh = 0;
 }
 
-} // namespace
+ClassProperties kServerProperties("Veltra_Server");
+const PropertyTable<AdapterCounts> kServerTable(kServerProperties, {
+    Computed<AdapterCounts>("InstanceID", CMPI_string,
+                            [](const AdapterCounts&, PropertyValue& v) { v = CmpiData(hostName_ComputerSystem); return true; }),
+    Computed<AdapterCounts>("InstrumentationVersion", CMPI_string,
+                            [](const AdapterCounts&, PropertyValue& v) { v = CmpiData(kProviderToolVersion); return true; }),
+    VELTRA_FIELD(AdapterCounts, nic, "NoOfNICAdapters", CMPI_uint32),
+    VELTRA_FIELD(AdapterCounts, fc, "NoOfFCAdapters", CMPI_uint32),
+    VELTRA_FIELD(AdapterCounts, iscsi, "NoOfiSCSIAdapters", CMPI_uint32),
+    VELTRA_FIELD(AdapterCounts, cna, "NoOfCNAAdapters", CMPI_uint32),
+});
 
 CmpiObjectPath makePath_Server(const char* className, const char* nameSpace)
 {
@@ -65,13 +75,7 @@ CmpiInstance makeInstance_Server(const char* className, const char* nameSpace,
 {
     static const char* keys[] = {"InstanceID", nullptr};
     CmpiInstance instance = MakeFilteredInstance(makePath_Server(className, nameSpace), properties, keys);
-    const AdapterCounts counts = countAdapters();
-    instance.setProperty("InstanceID", CmpiData(hostName_ComputerSystem));
-    instance.setProperty("InstrumentationVersion", CmpiData(kProviderToolVersion));
-    instance.setProperty("NoOfNICAdapters", CmpiData(counts.nic));
-    instance.setProperty("NoOfFCAdapters", CmpiData(counts.fc));
-    instance.setProperty("NoOfiSCSIAdapters", CmpiData(counts.iscsi));
-    instance.setProperty("NoOfCNAAdapters", CmpiData(counts.cna));
+    kServerTable.build(instance, countAdapters());
     return instance;
 }
 
@@ -93,44 +97,37 @@ CmpiStatus enumInstances_Server(const CmpiContext&, CmpiResult& rslt, const Cmpi
 CmpiStatus getInstance_Server(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                               const char** properties, bool returnInstance)
 {
-    Log::DebugPrint("Entering getInstance_Server");
-    std::string key;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!ReadStringKey(cop, "InstanceID", "getInstance_Server", key, failure))
-        return failure;
-    if (strcasecmp(key.c_str(), hostName_ComputerSystem) != 0)
-        ThrowNotFound("getInstance_Server", key.c_str());
-    RequestClass rc;
-    if (!GetRequestClass(cop, "getInstance_Server", rc, failure))
-        return failure;
-    if (returnInstance)
-        rslt.returnData(makeInstance_Server(rc.className.c_str(), rc.nameSpace.c_str(), properties));
-    return CmpiStatus(CMPI_RC_OK);
+    return RunGet(
+        "getInstance_Server", rslt, cop, returnInstance,
+        [](const char* key) { return strcasecmp(key, hostName_ComputerSystem) == 0; },
+        [properties](const RequestClass& rc, bool) {
+            return makeInstance_Server(rc.className.c_str(), rc.nameSpace.c_str(), properties);
+        });
 }
 
 CmpiStatus invokeMethod_Server(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath&,
                                const char* methodName, const CmpiArgs&, CmpiArgs&)
 {
     Log::DebugPrint("Entering invokeMethod_Server");
-    CMPIUint32 result = 1;
-    if (methodName && strcasecmp(methodName, "RefreshConfiguration") == 0) {
-        Log::DebugPrint("invokeMethod_Server: REFRESH_CONFIGURATION");
-        Log::DebugPrint("invokeMethod_Server: Please wait...");
-        refreshConfiguration();
-        Log::DebugPrint("invokeMethod_Server: Refresh done!");
-        result = 0;
-    }
-    // A method handler never throws: a broker that refuses the answer
-    // changes nothing here.
-    try {
-        rslt.returnData(CmpiData(result));
-        rslt.returnDone();
-    } catch (...) {
-    }
+    const CmpiStatus status = RunMethod(
+        rslt,
+        [&] {
+            if (!methodName || strcasecmp(methodName, "RefreshConfiguration") != 0)
+                return MethodOutcome::Value(1);
+            Log::DebugPrint("invokeMethod_Server: REFRESH_CONFIGURATION");
+            Log::DebugPrint("invokeMethod_Server: Please wait...");
+            refreshConfiguration();
+            Log::DebugPrint("invokeMethod_Server: Refresh done!");
+            return MethodOutcome::Value(0);
+        },
+        true);
     Log::DebugPrint("Exiting  invokeMethod_Server");
-    return CmpiStatus(CMPI_RC_OK);
+    return status;
 }
 
-const ClassHandlers g_Handlers_Server = {enumInstanceNames_Server, enumInstances_Server,
-                                         getInstance_Server,       nullptr,
-                                         invokeMethod_Server,      nullptr};
+} // namespace
+
+VELTRA_CLASS_FAMILY(Server, "Veltra_Server",
+                    (ClassHandlers{enumInstanceNames_Server, enumInstances_Server, getInstance_Server, nullptr,
+                                   invokeMethod_Server, nullptr}),
+                    &kServerProperties);

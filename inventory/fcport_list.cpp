@@ -3,6 +3,7 @@
 
 #include "FCPort_Discovery.h"
 #include "adapter_tree.h"
+#include "class_registry.h"
 #include "veltra_nic_utils.h"
 
 #include <algorithm>
@@ -355,3 +356,6 @@ FCPortEntry* FCPortAt(uint32_t index)
         return nullptr;
     return &g_FCPortList.entries[index];
 }
+
+VELTRA_PROVIDER_HOOK(buildFCPortList, ProviderHook::BuildInventory, buildFCPortList, 0);
+VELTRA_PROVIDER_HOOK(removeFCPortList, ProviderHook::RemoveInventory, removeFCPortList, 0);

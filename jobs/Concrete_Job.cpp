@@ -1,5 +1,6 @@
 #include "Concrete_Job.h"
 
+#include "class_registry.h"
 #include "handler_pattern.h"
 #include "helpers.h"
 #include "preference_file.h"
@@ -279,7 +280,6 @@ std::vector<Concrete_Job> registeredJobs()
     return store ? store->Jobs() : std::vector<Concrete_Job>();
 }
 
-} // namespace
 
 CmpiObjectPath makePath_ConcreteJob(const char* nameSpace, const char* className, uint32_t id,
                                     const Concrete_Job&)
@@ -363,5 +363,8 @@ CmpiStatus getInstance_ConcreteJob(const CmpiContext&, CmpiResult& rslt, const C
     return CmpiStatus(CMPI_RC_OK);
 }
 
-const ClassHandlers g_Handlers_ConcreteJob = {enumInstanceNames_ConcreteJob, enumInstances_ConcreteJob,
-                                              getInstance_ConcreteJob, nullptr, nullptr, nullptr};
+} // namespace
+
+VELTRA_CLASS_FAMILY(ConcreteJob, "Veltra_Adapter_ConcreteJob2",
+                    (ClassHandlers{enumInstanceNames_ConcreteJob, enumInstances_ConcreteJob, getInstance_ConcreteJob, nullptr, nullptr, nullptr}),
+                    nullptr);

@@ -4,7 +4,6 @@
 // publishes the jobs read-only.
 #pragma once
 
-#include "class_handlers.h"
 
 #include "CmpiContext.h"
 #include "CmpiInstance.h"
@@ -129,23 +128,5 @@ private:
 void RegisterConcreteJobStore(ConcreteJobStore* store);
 ConcreteJobStore* RegisteredConcreteJobStore();
 
-// ---- class "Veltra_Adapter_ConcreteJob2" (key "InstanceID" = id as "%u") ----
-
-// The namespace comes first here, then the class name.
-CmpiObjectPath makePath_ConcreteJob(const char* nameSpace, const char* className, uint32_t id,
-                                    const Concrete_Job& job);
-// Always on the class "Veltra_Adapter_ConcreteJob2", whatever `className` says.
-CmpiInstance makeInstance_ConcreteJob(const char* nameSpace, const char* className,
-                                      const char** properties, uint32_t id, const Concrete_Job& job);
-CmpiStatus enumInstanceNames_ConcreteJob(const CmpiContext& ctx, CmpiResult& rslt,
-                                         const CmpiObjectPath& cop);
-CmpiStatus enumInstances_ConcreteJob(const CmpiContext& ctx, CmpiResult& rslt,
-                                     const CmpiObjectPath& cop, const char** properties);
-// The key is read with "%u" ("0007" is job 7). A key that is no number or
-// no job's id throws CMPI_RC_ERR_NOT_FOUND carrying the key text.
-CmpiStatus getInstance_ConcreteJob(const CmpiContext& ctx, CmpiResult& rslt,
-                                   const CmpiObjectPath& cop, const char** properties,
-                                   bool returnInstance);
-
-// The family as the dispatcher calls it (no set, no methods).
-extern const ClassHandlers g_Handlers_ConcreteJob;
+// The class "Veltra_Adapter_ConcreteJob2" (key "InstanceID" = id as "%u")
+// publishes this table; its family lives in Concrete_Job.cpp.

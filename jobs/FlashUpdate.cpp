@@ -1,6 +1,7 @@
 #include "FlashUpdate.h"
 
 #include "Veltra_Adapter_Provider.h"
+#include "class_registry.h"
 #include "helpers.h"
 #include "root_path.h"
 #include "veltra_nic_properties.h"
@@ -509,3 +510,6 @@ bool Veltra_Adapter_Provider::StartiSCSIFlashUpdateThread(const CmpiContext& ctx
                 job->adapterKey.c_str(), deviceInstance, job->imageFile.c_str(), timeText().c_str());
     return startFlashWorker(*this, ctx, std::move(job), FlashFCPort{}, iSCSIFlashUpdateProc, jobPath);
 }
+
+// A new load starts with no firmware update of any adapter.
+VELTRA_PROVIDER_HOOK(resetFlashUpdateState, ProviderHook::Created, ResetFlashUpdateState, 0);

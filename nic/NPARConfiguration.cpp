@@ -1,15 +1,21 @@
-#include "NPARConfiguration.h"
-
+// "VeltraNIC_NPARConfiguration": one instance per NPAR function of every
+// adapter that runs NIC partitioning, keyed "%s_%u" (adapter serial number,
+// function id), with methods that change the function's bandwidth (running
+// or in flash) and its personality.
+#include "class_registry.h"
 #include "handler_pattern.h"
 #include "helpers.h"
 #include "npar_ops.h"
+#include "property_table.h"
 #include "veltra_nic_utils.h"
+#include "vtapi.h"
 
 #include "CmpiData.h"
 
 #include <strings.h>
 
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <functional>
 #include <string>
@@ -170,12 +176,93 @@ NPARFunction findFunction(const char* key)
     return found;
 }
 
-CmpiInstance makeFor(const RequestClass& rc, const char** properties, const NPARFunction& fn)
+
+// What the class publishes of one function.
+struct FunctionView {
+    std::string id, serial, management;
+    bool hasPort = false, hasMAC = false;
+    int32_t portNumber = 0, functionId = 0;
+    uint32_t operationMode = kNotAvailable, minimum = 0, maximum = 0, txQueues = kNotAvailable,
+             rxQueues = kNotAvailable, type = 0, linkStatus = 0, mask = 0, boardMask = 0;
+    uint8_t mac[VTAPI_MAC_LEN] = {};
+};
+
+FunctionView viewOf(const vtapi_adapter_t* adapter, uint32_t functionId)
 {
-    return makeInstance_NPARConfiguration(rc.className.c_str(), rc.nameSpace.c_str(), properties, fn.adapter, fn.id);
+    const vtapi_npar_info_t& npar = *adapter->npar;
+    FunctionView v;
+    v.id = instanceIdOf(adapter, functionId);
+    v.serial = AdapterSerial(adapter);
+    v.mask = GetNPARCapabilityMask(adapter, functionId);
+    v.hasPort = npar.settings != nullptr;
+    if (v.hasPort)
+        v.portNumber = static_cast<int32_t>(npar.settings->func[functionId].phy_port_index + 1);
+    v.functionId = static_cast<int32_t>(functionId);
+    // The extended configuration, where the adapter has one for the
+    // function, else the basic one and the personality.
+    const vtapi_npar_ext_func_t& ext = npar.ext[functionId];
+    if (ext.state == 1) {
+        v.operationMode = ext.operation_mode;
+        v.minimum = ext.min_bw;
+        v.maximum = ext.max_bw;
+        v.txQueues = ext.max_tx_queues;
+        v.rxQueues = ext.max_rx_queues;
+        v.type = ext.function_type;
+    } else {
+        if (npar.config) {
+            v.minimum = npar.config->func[functionId].min_bw;
+            v.maximum = npar.config->func[functionId].max_bw;
+        }
+        v.type = functionTypeOfMask(v.mask);
+    }
+    v.linkStatus = SetNPARDefaultLinkStatusBasedOnProtocol(adapter, functionId);
+    const uint32_t linkRc = GetNPARLinkStatus(adapter, functionId, v.linkStatus);
+    if (linkRc)
+        Log::DebugPrint("makeInstance_NPARConfiguration: GetNPARLinkStatus failed with return code [%u]", linkRc);
+    const uint32_t boardMask = npar.board_cap_mask[functionId];
+    v.boardMask = boardMask ? boardMask : VTAPI_NPAR_CAP_DISABLED;
+    v.management = (v.mask & 0x7FFFFFFFu) ? RecordText(adapter->mgmt_func_name, sizeof adapter->mgmt_func_name)
+                                          : std::string("N/A");
+    v.hasMAC = GetNPARDefaultMACAddress(adapter, functionId, v.mac) == 0;
+    return v;
 }
 
-} // namespace
+using V = FunctionView;
+template <std::string V::*Field>
+bool textOf(const V& v, PropertyValue& out)
+{
+    out.setText(v.*Field);
+    return true;
+}
+
+ClassProperties kConfigurationProperties("VeltraNIC_NPARConfiguration");
+const PropertyTable<V> kConfigurationTable(kConfigurationProperties, {
+    Computed<V>("InstanceID", CMPI_string, textOf<&V::id>),
+    Computed<V>("AdapterSerialNumber", CMPI_string, textOf<&V::serial>),
+    Computed<V>("PortNumber", CMPI_sint32,
+                [](const V& v, PropertyValue& out) {
+                    out = CmpiData(static_cast<CMPISint32>(v.portNumber));
+                    return v.hasPort;
+                }),
+    VELTRA_FIELD(V, functionId, "FunctionID", CMPI_sint32),
+    VELTRA_FIELD(V, operationMode, "OperationMode", CMPI_uint32),
+    VELTRA_FIELD(V, minimum, "MinimumBandwidth", CMPI_uint32),
+    VELTRA_FIELD(V, maximum, "MaximumBandwidth", CMPI_uint32),
+    VELTRA_FIELD(V, txQueues, "MaximumTxQueues", CMPI_uint32),
+    VELTRA_FIELD(V, rxQueues, "MaximumRxQueues", CMPI_uint32),
+    VELTRA_FIELD(V, type, "FunctionType", CMPI_uint32),
+    VELTRA_FIELD(V, linkStatus, "LinkStatus", CMPI_uint32),
+    VELTRA_FIELD(V, mask, "CapabilityMask", CMPI_uint32),
+    VELTRA_FIELD(V, boardMask, "BoardCapabilityMask", CMPI_uint32),
+    Computed<V>("ManagementFunctionName", CMPI_string, textOf<&V::management>),
+    Computed<V>("DefaultMACAddress", CMPI_string,
+                [](const V& v, PropertyValue& out) {
+                    if (!v.hasMAC)
+                        return false;
+                    out.setText(MACAddressToString2(v.mac));
+                    return true;
+                }),
+});
 
 CmpiObjectPath makePath_NPARConfiguration(const char* className, const char* nameSpace,
                                           const vtapi_adapter_t* adapter, uint32_t functionId)
@@ -191,55 +278,13 @@ CmpiInstance makeInstance_NPARConfiguration(const char* className, const char* n
     static const char* keys[] = {"InstanceID", nullptr};
     CmpiInstance instance =
         MakeFilteredInstance(makePath_NPARConfiguration(className, nameSpace, adapter, functionId), properties, keys);
-    const vtapi_npar_info_t& npar = *adapter->npar;
-    const std::string id = instanceIdOf(adapter, functionId);
-    const std::string serial = AdapterSerial(adapter);
-    const uint32_t mask = GetNPARCapabilityMask(adapter, functionId);
-
-    instance.setProperty("InstanceID", CmpiData(id.c_str()));
-    instance.setProperty("AdapterSerialNumber", CmpiData(serial.c_str()));
-    if (npar.settings)
-        instance.setProperty("PortNumber",
-                             CmpiData(static_cast<CMPISint32>(npar.settings->func[functionId].phy_port_index + 1)));
-    instance.setProperty("FunctionID", CmpiData(static_cast<CMPISint32>(functionId)));
-
-    // The extended configuration, where the adapter has one for the
-    // function, else the basic one and the personality.
-    const vtapi_npar_ext_func_t& ext = npar.ext[functionId];
-    struct {
-        uint32_t operationMode, minimum, maximum, txQueues, rxQueues, type;
-    } group{kNotAvailable, 0, 0, kNotAvailable, kNotAvailable, 0};
-    if (ext.state == 1) {
-        group = {ext.operation_mode, ext.min_bw, ext.max_bw, ext.max_tx_queues, ext.max_rx_queues, ext.function_type};
-    } else {
-        if (npar.config) {
-            group.minimum = npar.config->func[functionId].min_bw;
-            group.maximum = npar.config->func[functionId].max_bw;
-        }
-        group.type = functionTypeOfMask(mask);
-    }
-    instance.setProperty("OperationMode", CmpiData(group.operationMode));
-    instance.setProperty("MinimumBandwidth", CmpiData(group.minimum));
-    instance.setProperty("MaximumBandwidth", CmpiData(group.maximum));
-    instance.setProperty("MaximumTxQueues", CmpiData(group.txQueues));
-    instance.setProperty("MaximumRxQueues", CmpiData(group.rxQueues));
-    instance.setProperty("FunctionType", CmpiData(group.type));
-
-    uint32_t linkStatus = SetNPARDefaultLinkStatusBasedOnProtocol(adapter, functionId);
-    const uint32_t linkRc = GetNPARLinkStatus(adapter, functionId, linkStatus);
-    if (linkRc)
-        Log::DebugPrint("makeInstance_NPARConfiguration: GetNPARLinkStatus failed with return code [%u]", linkRc);
-    instance.setProperty("LinkStatus", CmpiData(linkStatus));
-    instance.setProperty("CapabilityMask", CmpiData(mask));
-    const uint32_t boardMask = npar.board_cap_mask[functionId];
-    instance.setProperty("BoardCapabilityMask", CmpiData(boardMask ? boardMask : VTAPI_NPAR_CAP_DISABLED));
-    const std::string management = (mask & 0x7FFFFFFFu) ? RecordText(adapter->mgmt_func_name, sizeof adapter->mgmt_func_name)
-                                                         : std::string("N/A");
-    instance.setProperty("ManagementFunctionName", CmpiData(management.c_str()));
-    uint8_t mac[VTAPI_MAC_LEN];
-    if (GetNPARDefaultMACAddress(adapter, functionId, mac) == 0)
-        instance.setProperty("DefaultMACAddress", CmpiData(MACAddressToString2(mac).c_str()));
+    kConfigurationTable.build(instance, viewOf(adapter, functionId));
     return instance;
+}
+
+CmpiInstance makeFor(const RequestClass& rc, const char** properties, const NPARFunction& fn)
+{
+    return makeInstance_NPARConfiguration(rc.className.c_str(), rc.nameSpace.c_str(), properties, fn.adapter, fn.id);
 }
 
 CmpiStatus enumInstanceNames_NPARConfiguration(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
@@ -278,27 +323,24 @@ CmpiStatus invokeMethod_NPARConfiguration(const CmpiContext&, CmpiResult& rslt, 
         Log::DebugPrint("Exiting  invokeMethod_NPARConfiguration: AdapterList is NULL");
         return CmpiStatus(CMPI_RC_OK);
     }
-    CmpiStatus status(CMPI_RC_ERR_METHOD_NOT_FOUND, methodName ? methodName : "");
-    // Method handlers must not throw: a binding call that fails ends the
-    // method with its status.
-    try {
+    const CmpiStatus status = RunMethod(rslt, [&] {
         std::string key;
-        if (!ReadStringKey(ref, "InstanceID", kMethodWho, key, status))
-            return status;
-        for (const auto& method : kMethods)
-            if (methodName && strcasecmp(methodName, method.name) == 0) {
-                status = method.run(key, in);
-                if (status.rc() == CMPI_RC_OK)
-                    rslt.returnData(CmpiData(static_cast<CMPIUint32>(0)));
-                break;
-            }
-    } catch (const CmpiStatus& caught) {
-        status = caught;
-    }
+        CmpiStatus failure(CMPI_RC_ERR_METHOD_NOT_FOUND, methodName ? methodName : "");
+        if (!ReadStringKey(ref, "InstanceID", kMethodWho, key, failure))
+            return MethodOutcome::Status(failure);
+        const auto* method = FindMethod(kMethods, methodName);
+        if (!method)
+            return MethodOutcome::Status(failure);
+        const CmpiStatus done = method->run(key, in);
+        return done.rc() == CMPI_RC_OK ? MethodOutcome::Value(0) : MethodOutcome::Status(done);
+    });
     Log::DebugPrint("Exiting  invokeMethod_NPARConfiguration, status=%d", status.rc());
     return status;
 }
 
-const ClassHandlers g_Handlers_NPARConfiguration = {
-    enumInstanceNames_NPARConfiguration, enumInstances_NPARConfiguration, getInstance_NPARConfiguration, nullptr,
-    invokeMethod_NPARConfiguration, nullptr};
+} // namespace
+
+VELTRA_CLASS_FAMILY(NPARConfiguration, "VeltraNIC_NPARConfiguration",
+                    (ClassHandlers{enumInstanceNames_NPARConfiguration, enumInstances_NPARConfiguration,
+                                   getInstance_NPARConfiguration, nullptr, invokeMethod_NPARConfiguration, nullptr}),
+                    &kConfigurationProperties);

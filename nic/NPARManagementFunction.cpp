@@ -1,6 +1,8 @@
-#include "NPARManagementFunction.h"
-
+// "VeltraNIC_NPARManagementFunction": one instance per NPAR-capable adapter,
+// keyed by the adapter's serial number, with its partition counts. No
+// methods, not modifiable.
 #include "adapter_tree.h"
+#include "class_registry.h"
 #include "handler_pattern.h"
 #include "npar_ops.h"
 
@@ -39,13 +41,6 @@ uint32_t enabledFunctionCount(const vtapi_adapter_t* adapter)
     return enabled;
 }
 
-CmpiInstance makeFor(const RequestClass& rc, const char** properties, const vtapi_adapter_t* adapter)
-{
-    return makeInstance_NPARManagementFunction(rc.className.c_str(), rc.nameSpace.c_str(), properties, adapter);
-}
-
-} // namespace
-
 CmpiObjectPath makePath_NPARManagementFunction(const char* className, const char* nameSpace,
                                                const vtapi_adapter_t* adapter)
 {
@@ -78,6 +73,11 @@ CmpiInstance makeInstance_NPARManagementFunction(const char* className, const ch
     return instance;
 }
 
+CmpiInstance makeFor(const RequestClass& rc, const char** properties, const vtapi_adapter_t* adapter)
+{
+    return makeInstance_NPARManagementFunction(rc.className.c_str(), rc.nameSpace.c_str(), properties, adapter);
+}
+
 CmpiStatus enumInstanceNames_NPARManagementFunction(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
     return RunEnumeration("enumInstanceNames_NPARManagementFunction", cop, [&](const RequestClass& rc) {
@@ -105,9 +105,8 @@ CmpiStatus getInstance_NPARManagementFunction(const CmpiContext&, CmpiResult& rs
                   });
 }
 
-const ClassHandlers g_Handlers_NPARManagementFunction = {enumInstanceNames_NPARManagementFunction,
-                                                         enumInstances_NPARManagementFunction,
-                                                         getInstance_NPARManagementFunction,
-                                                         nullptr,
-                                                         nullptr,
-                                                         nullptr};
+} // namespace
+
+VELTRA_CLASS_FAMILY(NPARManagementFunction, "VeltraNIC_NPARManagementFunction",
+                    (ClassHandlers{enumInstanceNames_NPARManagementFunction, enumInstances_NPARManagementFunction, getInstance_NPARManagementFunction, nullptr, nullptr, nullptr}),
+                    nullptr);

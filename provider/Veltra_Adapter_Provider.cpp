@@ -2,9 +2,7 @@
 // isUnloadable and the destructor.
 #include "Veltra_Adapter_Provider.h"
 
-#include "ComputerSystem.h"
-#include "FlashUpdate.h"
-#include "fcport_list.h"
+#include "class_registry.h"
 #include "helpers.h"
 #include "veltra_nic_properties.h"
 #include "veltra_nic_utils.h"
@@ -40,7 +38,7 @@ Veltra_Adapter_Provider::Veltra_Adapter_Provider(const CmpiBroker& broker, const
     m_bPollThreadStopped = false;
     m_bStopPolling = false;
     // A new load starts with no jobs and no firmware update of any adapter.
-    ResetFlashUpdateState();
+    RunProviderHooks(ProviderHook::Created);
     RegisterConcreteJobStore(&m_concreteJobs);
 }
 
@@ -107,15 +105,18 @@ void Veltra_Adapter_Provider::initializeAgent()
     // library is initialised and the first inventory is built, so no request
     // is served before that.
     provider_lock.lock();
-    buildComputerSystem(hostName_ComputerSystem, &hostNameType_ComputerSystem);
+    RunProviderHooks(ProviderHook::HostIdentity);
     Log::DebugPrint("Exiting initializeAgent\n");
 }
 
 void Veltra_Adapter_Provider::cleanupAgent()
 {
+    // Workers of the families end first: none may run provider code after
+    // the library is closed.
+    RunProviderHooks(ProviderHook::Stop);
     {
         ScopedLock<VeltraLock> inventory(provider_lock);
-        removeFCPortList();
+        RunProviderHooks(ProviderHook::RemoveInventory);
         VTAPI_Uninitialize();
     }
     if (memoryTracing())

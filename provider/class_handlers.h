@@ -1,11 +1,8 @@
-// The handler family of a CIM class, as the dispatcher calls it.
-//
-// Registering a class family: define its record in the class's own file,
-//     const ClassHandlers g_Handlers_Server = {enumInstanceNames_Server,
-//         enumInstances_Server, getInstance_Server, nullptr, invokeMethod_Server, nullptr};
-// and put `&g_Handlers_Server` in place of `nullptr` in the class's row of
-// dispatch_table.cpp. A null field means the class has no such handler; a
-// row without a record is answered like a class outside the table.
+// The handler family of a CIM class, as the dispatcher calls it. A family
+// registers itself from its own file (VELTRA_CLASS_FAMILY, class_registry.h),
+// which fills the row of its class. A null field means the class has no
+// such handler; a row without a family is answered like a class outside
+// the table.
 #pragma once
 
 #include "CmpiArgs.h"
@@ -50,7 +47,8 @@ struct ClassHandlers {
     InvokeMethodWithBrokerHandler invokeMethodWithBroker;
 };
 
-// One row of the dispatch table. `handlers` is null until the class is built.
+// One row of the dispatch table. `handlers` is filled by the class's family
+// when it registers, null while no family serves the class.
 struct DispatchRow {
     const char* className;
     const ClassHandlers* handlers;
@@ -69,47 +67,3 @@ extern const DispatchOrder g_EnumInstanceNamesOrder;
 extern const DispatchOrder g_InstanceOrder; // enumInstances and getInstance
 extern const DispatchOrder g_SetInstanceOrder;
 extern const DispatchOrder g_InvokeMethodOrder;
-
-// The class families, each defined in its class's file (named by the handler
-// suffix of its row).
-extern const ClassHandlers g_Handlers_Server;
-extern const ClassHandlers g_Handlers_Adapter;
-extern const ClassHandlers g_Handlers_NICAdapter;
-extern const ClassHandlers g_Handlers_Adapter_PhyPort;
-extern const ClassHandlers g_Handlers_FCPort;
-extern const ClassHandlers g_Handlers_FCPort_Ext;
-extern const ClassHandlers g_Handlers_FCPort_Target;
-extern const ClassHandlers g_Handlers_FCPort_Target_LUN;
-extern const ClassHandlers g_Handlers_iSCSI_Target;
-extern const ClassHandlers g_Handlers_iSCSI_Target_LUN;
-extern const ClassHandlers g_Handlers_Port;
-extern const ClassHandlers g_Handlers_EthernetPort;
-extern const ClassHandlers g_Handlers_iSCSI_Port;
-extern const ClassHandlers g_Handlers_FCPort_Stats;
-extern const ClassHandlers g_Handlers_FCPort_DCBParams;
-extern const ClassHandlers g_Handlers_iSCSI_DCBParams;
-extern const ClassHandlers g_Handlers_EthernetPort_DCBParams;
-extern const ClassHandlers g_Handlers_Port_XGMAC_Stats;
-extern const ClassHandlers g_Handlers_Port_NIC_Stats;
-extern const ClassHandlers g_Handlers_NPARESwitchPortStatistics;
-extern const ClassHandlers g_Handlers_NPARManagementFunction;
-extern const ClassHandlers g_Handlers_NPARConfiguration;
-extern const ClassHandlers g_Handlers_NPAReSwitchConfiguration;
-extern const ClassHandlers g_Handlers_FC_Port_Loopback_DiagTest;
-extern const ClassHandlers g_Handlers_FC_Port_ReadWriteBuffer_DiagTest;
-extern const ClassHandlers g_Handlers_FC_Port_FCPing_DiagTest;
-extern const ClassHandlers g_Handlers_FC_Port_FCEcho_DiagTest;
-extern const ClassHandlers g_Handlers_FC_Port_FCRDP_DiagTest;
-extern const ClassHandlers g_Handlers_FC_Port_CTCommand_Diag;
-extern const ClassHandlers g_Handlers_FC_Port_LinkStatus_DiagTest;
-extern const ClassHandlers g_Handlers_FC_Port_SCMStats;
-extern const ClassHandlers g_Handlers_FC_DPort_DiagTest;
-extern const ClassHandlers g_Handlers_iSCSI_Port_Ping_DiagTest;
-extern const ClassHandlers g_Handlers_Ethernet_Port_Ping_DiagTest;
-extern const ClassHandlers g_Handlers_Ethernet_Port_DiagTest;
-extern const ClassHandlers g_Handlers_iSCSI_Loopback_DiagTest;
-extern const ClassHandlers g_Handlers_iSCSI_Port_Config;
-extern const ClassHandlers g_Handlers_EthernetPort_Phy_Func;
-extern const ClassHandlers g_Handlers_EthernetPort_VirFunc;
-extern const ClassHandlers g_Handlers_EthernetPort_Vir_Port;
-extern const ClassHandlers g_Handlers_ConcreteJob;

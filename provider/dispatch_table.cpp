@@ -1,15 +1,16 @@
-// Which handler family serves which CIM class, and the order in which each
-// request kind tests the classes (the binding's class-path test, so a
-// subclass is served by the first row of its ancestry in that order).
+// The CIM classes the provider serves (each row filled by the family that
+// registers for its class), and the order in which each request kind tests
+// them (the binding's class-path test, so a subclass is served by the first
+// row of its ancestry in that order).
 #include "class_handlers.h"
 
 DispatchRow g_DispatchTable[] = {
-    /*  0 */ {"Veltra_Server", &g_Handlers_Server},
-    /*  1 */ {"Veltra_Adapter", &g_Handlers_Adapter},
-    /*  2 */ {"VeltraNIC_Adapter", &g_Handlers_NICAdapter},
-    /*  3 */ {"Veltra_PhysicalPort", &g_Handlers_Adapter_PhyPort},
-    /*  4 */ {"VeltraFC_Port", &g_Handlers_FCPort},
-    /*  5 */ {"Veltra_FCPort_Ext", &g_Handlers_FCPort_Ext},
+    /*  0 */ {"Veltra_Server", nullptr},
+    /*  1 */ {"Veltra_Adapter", nullptr},
+    /*  2 */ {"VeltraNIC_Adapter", nullptr},
+    /*  3 */ {"Veltra_PhysicalPort", nullptr},
+    /*  4 */ {"VeltraFC_Port", nullptr},
+    /*  5 */ {"Veltra_FCPort_Ext", nullptr},
     /*  6 */ {"Veltra_FCPort_Target", nullptr},
     /*  7 */ {"Veltra_FCPort_Target_LUN", nullptr},
     /*  8 */ {"Veltra_iSCSI_Target", nullptr},
@@ -24,8 +25,8 @@ DispatchRow g_DispatchTable[] = {
     /* 17 */ {"VeltraNIC_Port_XGMAC_Stats", nullptr},
     /* 18 */ {"VeltraNIC_Port_NIC_Stats", nullptr},
     /* 19 */ {"VeltraNIC_NPARESwitchPortStatistics", nullptr},
-    /* 20 */ {"VeltraNIC_NPARManagementFunction", &g_Handlers_NPARManagementFunction},
-    /* 21 */ {"VeltraNIC_NPARConfiguration", &g_Handlers_NPARConfiguration},
+    /* 20 */ {"VeltraNIC_NPARManagementFunction", nullptr},
+    /* 21 */ {"VeltraNIC_NPARConfiguration", nullptr},
     /* 22 */ {"VeltraNIC_NPARESwitchConfiguration", nullptr},
     /* 23 */ {"VeltraFC_Port_Loopback_DiagTest", nullptr},
     /* 24 */ {"VeltraFC_Port_ReadWriteBuffer_DiagTest", nullptr},
@@ -45,7 +46,7 @@ DispatchRow g_DispatchTable[] = {
     /* 38 */ {"VeltraNIC_EthernetPort_VirtualFunction", nullptr},
     /* 39 */ {"VeltraNIC_EthernetPort_VirtualPort", nullptr},
     // Clients watch their jobs through this class.
-    /* 40 */ {"Veltra_Adapter_ConcreteJob2", &g_Handlers_ConcreteJob},
+    /* 40 */ {"Veltra_Adapter_ConcreteJob2", nullptr},
 };
 const size_t g_DispatchTableSize = sizeof g_DispatchTable / sizeof g_DispatchTable[0];
 

@@ -161,3 +161,13 @@ CmpiInstance MakeFilteredInstance(const CmpiObjectPath& path, const char** prope
         instance.setPropertyFilter(properties, keys);
     return instance;
 }
+
+void ReturnMethodValue(CmpiResult& rslt, CMPIUint32 value, bool done)
+{
+    try {
+        rslt.returnData(CmpiData(value));
+        if (done)
+            rslt.returnDone();
+    } catch (...) {
+    }
+}

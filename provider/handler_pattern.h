@@ -22,6 +22,9 @@
 #include "CmpiStatus.h"
 #include "veltra_nic_utils.h"
 
+#include <strings.h>
+
+#include <exception>
 #include <initializer_list>
 #include <string>
 
@@ -92,20 +95,20 @@ CmpiStatus RunEnumeration(const char* who, const CmpiObjectPath& cop, Each each)
     return CmpiStatus(CMPI_RC_OK);
 }
 
-// The get shape of a class keyed by "InstanceID": debug-logs
-// "Entering <who>", reads the key, `find(key)` gives the object (one that
-// tests false: not found is thrown), reads the request's class name and
+// The get shape: debug-logs "Entering <who>", reads the string key `key`
+// (usually "InstanceID"), `find(value)` gives the object (one that tests
+// false: not found is thrown), reads the request's class name and
 // namespace, hands make(requestClass, object) to the result when the
 // instance is asked for, and debug-logs "Exiting  <who>". A failed read
 // returns its status.
 template <class Find, class Make>
-CmpiStatus RunGet(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop, bool returnInstance, Find find,
-                  Make make)
+CmpiStatus RunGetByKey(const char* who, const char* keyName, CmpiResult& rslt, const CmpiObjectPath& cop,
+                       bool returnInstance, Find find, Make make)
 {
     Veltra_NIC_Utils::DebugPrint("Entering %s", who);
     std::string key;
     CmpiStatus failure(CMPI_RC_OK);
-    if (!ReadStringKey(cop, "InstanceID", who, key, failure))
+    if (!ReadStringKey(cop, keyName, who, key, failure))
         return failure;
     const auto object = find(key.c_str());
     if (!object)
@@ -117,4 +120,73 @@ CmpiStatus RunGet(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop, 
         rslt.returnData(make(static_cast<const RequestClass&>(rc), object));
     Veltra_NIC_Utils::DebugPrint("Exiting  %s", who);
     return CmpiStatus(CMPI_RC_OK);
+}
+
+template <class Find, class Make>
+CmpiStatus RunGet(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop, bool returnInstance, Find find,
+                  Make make)
+{
+    return RunGetByKey(who, "InstanceID", rslt, cop, returnInstance, find, make);
+}
+
+// What a method found: the status the request ends with and, when
+// `hasValue`, the uint32 return value handed to the result.
+struct MethodOutcome {
+    CmpiStatus status{CMPI_RC_OK};
+    bool hasValue = false;
+    CMPIUint32 value = 0;
+
+    static MethodOutcome Value(CMPIUint32 v, CmpiStatus s = CmpiStatus(CMPI_RC_OK))
+    {
+        MethodOutcome o;
+        o.status = s;
+        o.hasValue = true;
+        o.value = v;
+        return o;
+    }
+    static MethodOutcome Status(CmpiStatus s)
+    {
+        MethodOutcome o;
+        o.status = s;
+        return o;
+    }
+};
+
+// Hands a method's return value to the result (and, with `done`, the end of
+// results); a broker that refuses either changes nothing.
+void ReturnMethodValue(CmpiResult& rslt, CMPIUint32 value, bool done = false);
+
+// The method shape: runs body() (giving a MethodOutcome) so that nothing
+// escapes a method handler: a thrown CMPI status ends the method with that
+// status, anything else with CMPI_RC_ERR_FAILED; then hands the return
+// value, if any, to the result and returns the status.
+template <class Body>
+CmpiStatus RunMethod(CmpiResult& rslt, Body body, bool done = false)
+{
+    MethodOutcome outcome;
+    try {
+        outcome = body();
+    } catch (const CmpiStatus& status) {
+        outcome = MethodOutcome::Status(status);
+    } catch (const std::exception& e) {
+        outcome = MethodOutcome::Status(CmpiStatus(CMPI_RC_ERR_FAILED, e.what()));
+    } catch (...) {
+        outcome = MethodOutcome::Status(CmpiStatus(CMPI_RC_ERR_FAILED));
+    }
+    if (outcome.hasValue)
+        ReturnMethodValue(rslt, outcome.value, done);
+    return outcome.status;
+}
+
+// The method of `table` (rows with a `name` member) named `methodName`,
+// ignoring case; null when there is none.
+template <class Row, size_t N>
+const Row* FindMethod(const Row (&table)[N], const char* methodName)
+{
+    if (!methodName)
+        return nullptr;
+    for (const Row& row : table)
+        if (strcasecmp(row.name, methodName) == 0)
+            return &row;
+    return nullptr;
 }

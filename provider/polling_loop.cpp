@@ -3,8 +3,7 @@
 // change; and its start and stop.
 #include "Veltra_Adapter_Provider.h"
 
-#include "eswitch_save_restore.h"
-#include "fcport_list.h"
+#include "class_registry.h"
 #include "helpers.h"
 #include "veltra_nic_properties.h"
 #include "veltra_nic_utils.h"
@@ -121,10 +120,8 @@ void* Veltra_Adapter_Provider::AdapterPollingLoop(void* argument)
     VTAPI_SetToolID(kProviderToolId);
     setToolVersion(kProviderToolVersion);
     Log::DebugPrint("After calling VTAPI_Initialize()");
-    Log::DebugPrint("Before calling buildFCPortList()");
-    buildFCPortList();
-    Log::DebugPrint("After calling buildFCPortList()");
-    RestoreESwitchConfiguration();
+    RunProviderHooks(ProviderHook::BuildInventory, "Before calling %s()", "After calling %s()");
+    RunProviderHooks(ProviderHook::RestoreSettings);
     // Taken by initializeAgent: requests may be served from now on.
     self->provider_lock.unlock();
 
@@ -184,10 +181,8 @@ void Veltra_Adapter_Provider::pollingCycle(time_t& lastPoll)
             Log::DebugPrint("About to call VTAPI_SwapBackupToMainAdapterList()");
             VTAPI_SwapBackupToMainAdapterList();
             Log::DebugPrint("After the call to VTAPI_SwapBackupToMainAdapterList()");
-            buildFCPortList();
-            Log::DebugPrint("After the call to buildFCPortList()");
-            RestoreESwitchConfiguration();
-            Log::DebugPrint("After the call to RestoreESwitchConfiguration()");
+            RunProviderHooks(ProviderHook::BuildInventory, nullptr, "After the call to %s()");
+            RunProviderHooks(ProviderHook::RestoreSettings, nullptr, "After the call to %s()");
         }
         gNeedRefresh = 0;
     }

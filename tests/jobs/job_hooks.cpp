@@ -30,9 +30,9 @@ int vtjob_install()
     for (size_t i = 0; i < g_DispatchTableSize; ++i) {
         if (strcmp(g_DispatchTable[i].className, kConcreteJobClassName) != 0)
             continue;
-        if (g_DispatchTable[i].handlers == &g_Handlers_ConcreteJob)
+        // The family registers itself with the provider library.
+        if (g_DispatchTable[i].handlers)
             return 1;
-        g_DispatchTable[i].handlers = &g_Handlers_ConcreteJob;
     }
     return 0;
 }

@@ -12,10 +12,6 @@
 #include <string>
 #include <vector>
 
-// The inventory library owns the list in the provider; these tests link only
-// the discovery code.
-FCPortList g_FCPortList = {0, nullptr};
-
 namespace {
 
 VTAPISDMDevice device(uint16_t deviceId, uint16_t subsysVendor = 0, uint16_t subsysDevice = 0)

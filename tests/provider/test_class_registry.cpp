@@ -1,0 +1,107 @@
+// The class families as the provider library links them: every dispatch row
+// is served by a registered family (or is listed as not built yet), every
+// family has a row and is tested by each request kind it serves, and every
+// property table matches its class definition in mof/.
+#include "class_registry.h"
+#include "class_repository.h"
+#include "property_table.h"
+
+#include <gtest/gtest.h>
+
+#include <strings.h>
+
+#include <algorithm>
+#include <set>
+#include <string>
+
+namespace {
+
+// Dispatch rows whose class family has not been built yet. A family that
+// lands removes its class here (the test fails while it is still listed).
+const std::set<std::string> kNotBuiltYet = {
+    "Veltra_FCPort_Target", "Veltra_FCPort_Target_LUN", "Veltra_iSCSI_Target", "Veltra_iSCSI_Target_LUN",
+    "VeltraNIC_Port", "VeltraNIC_EthernetPort", "VeltraiSCSI_Port", "VeltraFC_Port_Stats",
+    "Veltra_FCPort_DCBParams", "Veltra_iSCSI_DCBParams", "Veltra_EthernetPort_DCBParams",
+    "VeltraNIC_Port_XGMAC_Stats", "VeltraNIC_Port_NIC_Stats", "VeltraNIC_NPARESwitchPortStatistics",
+    "VeltraNIC_NPARESwitchConfiguration", "VeltraFC_Port_Loopback_DiagTest",
+    "VeltraFC_Port_ReadWriteBuffer_DiagTest", "VeltraFC_Port_FCPing_DiagTest", "VeltraFC_Port_FCEcho_DiagTest",
+    "VeltraFC_Port_FCRDP_DiagTest", "VeltraFC_Port_CTCommand_Diag", "VeltraFC_Port_LinkStatus_DiagTest",
+    "VeltraFC_Port_SCMStats", "VeltraFC_DPort_DiagTest", "VeltraiSCSI_Port_Ping_DiagTest",
+    "VeltraNIC_EthernetPort_Ping_DiagTest", "VeltraNIC_EthernetPort_DiagTest", "VeltraiSCSI_Loopback_DiagTest",
+    "VeltraiSCSI_Port_Config", "VeltraNIC_EthernetPort_PhysicalFunction", "VeltraNIC_EthernetPort_VirtualFunction",
+    "VeltraNIC_EthernetPort_VirtualPort",
+};
+
+long rowOf(const char* className)
+{
+    for (size_t i = 0; i < g_DispatchTableSize; ++i)
+        if (strcasecmp(g_DispatchTable[i].className, className) == 0)
+            return static_cast<long>(i);
+    return -1;
+}
+
+bool inOrder(const DispatchOrder& order, long row)
+{
+    return std::find(order.rows, order.rows + order.count, row) != order.rows + order.count;
+}
+
+TEST(ClassRegistry, EveryRowHasOneFamilyAndEveryFamilyItsRowsInEachOrder)
+{
+    std::set<std::string> registered;
+    for (const ClassFamily& family : RegisteredClassFamilies()) {
+        SCOPED_TRACE(family.className);
+        EXPECT_TRUE(registered.insert(family.className).second) << "registered twice";
+        const long row = rowOf(family.className);
+        ASSERT_GE(row, 0) << "a family without a dispatch row";
+        EXPECT_EQ(g_DispatchTable[row].handlers, family.handlers);
+        EXPECT_EQ(kNotBuiltYet.count(family.className), 0u) << "built: remove it from the not-built list";
+        EXPECT_TRUE(inOrder(g_InstanceOrder, row));
+        EXPECT_TRUE(inOrder(g_EnumInstanceNamesOrder, row));
+        if (family.handlers->setInstance) {
+            EXPECT_TRUE(inOrder(g_SetInstanceOrder, row));
+        }
+        if (family.handlers->invokeMethod || family.handlers->invokeMethodWithBroker) {
+            EXPECT_TRUE(inOrder(g_InvokeMethodOrder, row));
+        }
+    }
+    for (size_t i = 0; i < g_DispatchTableSize; ++i) {
+        const std::string name = g_DispatchTable[i].className;
+        EXPECT_TRUE(registered.count(name) || kNotBuiltYet.count(name)) << name << " has no family";
+    }
+}
+
+std::string typeText(CMPIType t)
+{
+    return std::to_string(t & ~CMPI_ARRAY) + ((t & CMPI_ARRAY) ? "[]" : "");
+}
+
+TEST(ClassRegistry, EveryPropertyTableMatchesItsClassDefinition)
+{
+    vcim::ClassRepository repository;
+    std::string error;
+    ASSERT_TRUE(repository.loadDirectory(MOF_DIR, &error)) << error;
+    size_t checked = 0;
+    for (const ClassFamily& family : RegisteredClassFamilies()) {
+        if (!family.properties)
+            continue;
+        SCOPED_TRACE(family.className);
+        ++checked;
+        EXPECT_STREQ(family.properties->className(), family.className);
+        ASSERT_NE(repository.find(family.className), nullptr) << "no class definition";
+        std::set<std::string> built;
+        for (const PropertyInfo& p : family.properties->all()) {
+            EXPECT_TRUE(built.insert(p.name).second) << p.name << " built twice";
+            const vcim::PropertyDecl* decl = repository.findProperty(family.className, p.name);
+            if (!decl) {
+                ADD_FAILURE() << p.name << " is built but not declared";
+                continue;
+            }
+            EXPECT_EQ(typeText(p.type), typeText(decl->type)) << p.name;
+        }
+        for (const vcim::PropertyDecl* decl : repository.properties(family.className))
+            EXPECT_TRUE(built.count(decl->name)) << decl->name << " is declared but never built";
+    }
+    EXPECT_GE(checked, 3u);
+}
+
+} // namespace
