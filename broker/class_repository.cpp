@@ -84,6 +84,16 @@ struct ClassRepository::Loader : MofTarget {
         repo.classes_.emplace(key, std::move(cls));
     }
 
+    const QualifierDecl* findQualifier(const std::string& name) const override {
+        return repo.findQualifier(name);
+    }
+
+    void addQualifier(QualifierDecl&& q) override {
+        std::string key = lower(q.name);
+        addedQualifiers.push_back(key);
+        repo.qualifiers_.emplace(key, std::move(q));
+    }
+
     bool readInclude(const std::string& path, std::string& text, bool& skip,
                      std::string& msg) override {
         std::string canon = canonical(path);
@@ -107,8 +117,21 @@ struct ClassRepository::Loader : MofTarget {
     bool atomically(F load) {
         if (load()) return true;
         for (const auto& k : addedClasses) repo.classes_.erase(k);
+        for (const auto& k : addedQualifiers) repo.qualifiers_.erase(k);
         for (const auto& f : addedFiles) repo.loadedFiles_.erase(f);
         return false;
+    }
+
+    // The qualifier file of path's directory first (once), then path itself; a file read
+    // before is read again only when `again` is set.
+    bool fileWithQualifiers(const std::string& path, bool again, std::string* err) {
+        namespace fs = std::filesystem;
+        std::string quals = (fs::path(path).parent_path() / kQualifierFile).string();
+        std::error_code ec;
+        if (canonical(quals) != canonical(path) && fs::is_regular_file(quals, ec) &&
+            !repo.loadedFiles_.count(canonical(quals)) && !file(quals, err))
+            return false;
+        return (!again && repo.loadedFiles_.count(canonical(path))) || file(path, err);
     }
 
     bool file(const std::string& path, std::string* err) {
@@ -122,7 +145,7 @@ struct ClassRepository::Loader : MofTarget {
     }
 
     ClassRepository& repo;
-    std::vector<std::string> addedClasses, addedFiles;
+    std::vector<std::string> addedClasses, addedQualifiers, addedFiles;
 };
 
 bool ClassRepository::loadText(const std::string& text, const std::string& fileName,
@@ -133,7 +156,7 @@ bool ClassRepository::loadText(const std::string& text, const std::string& fileN
 
 bool ClassRepository::loadFile(const std::string& path, std::string* err) {
     Loader l(*this);
-    return l.atomically([&] { return l.file(path, err); });
+    return l.atomically([&] { return l.fileWithQualifiers(path, true, err); });
 }
 
 bool ClassRepository::loadDirectory(const std::string& dir, std::string* err) {
@@ -154,7 +177,7 @@ bool ClassRepository::loadDirectory(const std::string& dir, std::string* err) {
     Loader l(*this);
     return l.atomically([&] {
         for (const auto& f : files)
-            if (!loadedFiles_.count(canonical(f)) && !l.file(f, err)) return false;
+            if (!l.fileWithQualifiers(f, false, err)) return false;
         return true;
     });
 }
@@ -162,6 +185,11 @@ bool ClassRepository::loadDirectory(const std::string& dir, std::string* err) {
 const ClassDecl* ClassRepository::find(const std::string& cls) const {
     auto it = classes_.find(lower(cls));
     return it == classes_.end() ? nullptr : &it->second;
+}
+
+const QualifierDecl* ClassRepository::findQualifier(const std::string& name) const {
+    auto it = qualifiers_.find(lower(name));
+    return it == qualifiers_.end() ? nullptr : &it->second;
 }
 
 std::vector<std::string> ClassRepository::classNames() const {

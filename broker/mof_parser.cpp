@@ -22,17 +22,11 @@ const TypeName kTypes[] = {
     {"real32", CMPI_real32},   {"real64", CMPI_real64},
 };
 
-// DMTF standard qualifiers (sfcb brings their declarations).
-const char* const kQualifiers[] = {
-    "Abstract", "Aggregate", "Aggregation", "ArrayType", "Association", "BitMap",
-    "BitValues", "ClassConstraint", "Composition", "Correlatable", "Counter", "Deprecated",
-    "Description", "DisplayName", "DN", "EmbeddedInstance", "EmbeddedObject", "Exception",
-    "Experimental", "Gauge", "IN", "Indication", "IsPUnit", "Key", "MappingStrings", "Max",
-    "MaxLen", "MaxValue", "Method", "MethodConstraint", "Min", "MinLen", "MinValue",
-    "ModelCorrespondence", "NullValue", "OctetString", "OUT", "Override", "Propagated",
-    "PropertyConstraint", "PUnit", "Read", "Required", "Revision", "Schema", "Static",
-    "Terminal", "UMLPackagePath", "Units", "ValueMap", "Values", "Version", "Weak", "Write",
-};
+// The words a qualifier declaration's Scope(...) and Flavor(...) may hold.
+const char* const kScopes[] = {"class", "association", "indication", "qualifier", "property",
+                               "reference", "method", "parameter", "any"};
+const char* const kFlavors[] = {"enableoverride", "disableoverride", "restricted", "tosubclass",
+                                "translatable"};
 
 enum class Tok { End, Ident, String, Char, Number, Punct };
 
@@ -236,7 +230,7 @@ public:
             } else if (hasQuals) {
                 fail(qualLine, "qualifier list not followed by a class (found " + shown(cur_) + ")");
             } else if (isKeyword("qualifier")) {
-                skipQualifierDecl();
+                qualifierDecl();
             } else {
                 fail(cur_.line, "expected 'class', 'qualifier' or '#pragma', found " + shown(cur_));
             }
@@ -295,13 +289,70 @@ private:
         if (!parseMof(text, path, target_, &err, depth_ + 1)) throw Nested{err};
     }
 
-    void skipQualifierDecl() {
-        int line = cur_.line;
-        while (!isPunct(";")) {
-            if (cur_.kind == Tok::End) fail(line, "missing ';' at end of qualifier declaration");
-            advance();
-        }
+    // "Qualifier Name : type[] = default, Scope(...), Flavor(...);"
+    void qualifierDecl() {
         advance();
+        QualifierDecl q;
+        q.file = file_;
+        q.line = cur_.line;
+        q.name = identifier("a qualifier name");
+        if (const QualifierDecl* prev = target_.findQualifier(q.name))
+            fail(q.line, "duplicate qualifier declaration '" + q.name + "' (first declared at " +
+                             prev->file + ":" + std::to_string(prev->line) + ")");
+        const std::string what = "qualifier declaration '" + q.name + "'";
+        expect(":", "after the name in " + what);
+        int typeLine = cur_.line;
+        std::string typeName = identifier("the type in " + what);
+        q.type = mofTypeCode(typeName);
+        if (q.type == CMPI_null) fail(typeLine, "unknown type '" + typeName + "' in " + what);
+        if (isPunct("[")) {
+            advance();
+            if (cur_.kind == Tok::Number) advance();
+            expect("]", "to close the array size");
+            q.type |= CMPI_ARRAY;
+        }
+        if (isPunct("=")) {
+            advance();
+            q.defaultValue = isPunct("{") ? literalList() : literal(false);
+            if (q.defaultValue == "NULL") q.defaultValue.clear();
+        }
+        bool scoped = false;
+        while (isPunct(",")) {
+            advance();
+            int line = cur_.line;
+            std::string part = identifier("'Scope' or 'Flavor' in " + what);
+            if (equalsIgnoreCase(part, "scope") && !scoped) {
+                q.scopes = wordList(kScopes, "scope", what);
+                scoped = true;
+            } else if (equalsIgnoreCase(part, "flavor") && q.flavors.empty()) {
+                q.flavors = wordList(kFlavors, "flavor", what);
+            } else {
+                fail(line, "unexpected '" + part + "' in " + what);
+            }
+        }
+        if (!scoped) fail(prevLine_, "missing Scope(...) in " + what);
+        expect(";", "after " + what);
+        target_.addQualifier(std::move(q));
+    }
+
+    // "(word, word...)" where each word is one of `allowed`; returned in lower case.
+    template <size_t N>
+    std::vector<std::string> wordList(const char* const (&allowed)[N], const char* kind,
+                                      const std::string& what) {
+        std::vector<std::string> words;
+        expect("(", std::string("after '") + kind + "' in " + what);
+        do {
+            if (!words.empty()) advance();
+            int line = cur_.line;
+            std::string w = identifier(std::string("a ") + kind + " in " + what);
+            const char* known = nullptr;
+            for (const char* a : allowed)
+                if (equalsIgnoreCase(w, a)) known = a;
+            if (!known) fail(line, "unknown " + std::string(kind) + " '" + w + "' in " + what);
+            words.push_back(known);
+        } while (isPunct(","));
+        expect(")", std::string("after the ") + kind + " list of " + what);
+        return words;
     }
 
     // One literal value in its stored text form; strings next to each other concatenate.
@@ -355,7 +406,8 @@ private:
         for (;;) {
             int line = cur_.line;
             std::string name = identifier("a qualifier name");
-            if (!isStandardQualifier(name)) fail(line, "unknown qualifier '" + name + "'");
+            const QualifierDecl* decl = target_.findQualifier(name);
+            if (!decl) fail(line, name + " is not a known qualifier");
             if (q.has(name)) fail(line, "duplicate qualifier '" + name + "'");
             std::string value = "true";
             if (isPunct("(")) {
@@ -363,7 +415,11 @@ private:
                 value = literal(false);
                 expect(")", "after the value of qualifier '" + name + "'");
             } else if (isPunct("{")) {
+                if (!(decl->type & CMPI_ARRAY))
+                    fail(line, "qualifier '" + name + "' takes one value, not a list");
                 value = literalList();
+            } else if (decl->type != CMPI_boolean) {
+                fail(line, "qualifier '" + name + "' needs a value (only boolean ones stand alone)");
             }
             if (isPunct(":")) {  // flavors do not matter here
                 advance();
@@ -545,12 +601,6 @@ CMPIType mofTypeCode(const std::string& name) {
     for (const auto& t : kTypes)
         if (equalsIgnoreCase(name, t.name)) return t.type;
     return CMPI_null;
-}
-
-bool isStandardQualifier(const std::string& name) {
-    for (const char* q : kQualifiers)
-        if (equalsIgnoreCase(name, q)) return true;
-    return false;
 }
 
 bool parseMof(const std::string& text, const std::string& fileName, MofTarget& target,

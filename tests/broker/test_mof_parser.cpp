@@ -17,6 +17,15 @@ using namespace vcim;
 namespace {
 
 const std::string kDataDir = fs::path(__FILE__).parent_path().string() + "/mofdata";
+const std::string kShippedDir = std::string(VELTRA_SOURCE_DIR) + "/mof";
+
+// A repository holding the shipped qualifier declarations.
+ClassRepository withQualifiers() {
+    ClassRepository repo;
+    std::string err;
+    EXPECT_TRUE(repo.loadFile(kShippedDir + "/qualifiers.mof", &err)) << err;
+    return repo;
+}
 
 std::string readText(const std::string& path) {
     std::ifstream in(path);
@@ -185,7 +194,15 @@ TEST(MofParser, MalformedInputGivesFileAndLine) {
         {"class B {\n  uint8 X;\n  string x;\n};\n", "t.mof:3: duplicate property or method 'x'"},
         {"class B {\n  uint8 X;\n  uint32 X();\n};\n", "t.mof:3: duplicate property or method"},
         {"class B {\n  [Key]\n  string K[];\n};\n", "t.mof:3: key property 'K' cannot be an array"},
-        {"class B {\n  [Key, Frobnicate(3)] string K;\n};\n", "t.mof:2: unknown qualifier 'Frobnicate'"},
+        {"class B {\n  [Key, Frobnicate(3)] string K;\n};\n", "t.mof:2: Frobnicate is not a known qualifier"},
+        {"class B {\n  [Key, MaxLen] string K;\n};\n", "t.mof:2: qualifier 'MaxLen' needs a value"},
+        {"class B {\n  [Key {\"a\"}] string K;\n};\n", "t.mof:2: qualifier 'Key' takes one value"},
+        {"\nQualifier key : boolean, Scope(property);\n", "t.mof:2: duplicate qualifier declaration 'key'"},
+        {"Qualifier Q : boolean = false;\n", "t.mof:1: missing Scope(...) in qualifier declaration 'Q'"},
+        {"Qualifier Q : strin, Scope(any);\n", "t.mof:1: unknown type 'strin'"},
+        {"Qualifier Q : string,\n Scope(property, gadget);\n", "t.mof:2: unknown scope 'gadget'"},
+        {"Qualifier Q : string, Scope(any),\n Flavor(Sticky);\n", "t.mof:2: unknown flavor 'Sticky'"},
+        {"Qualifier Q : string, Scope(any)\n\nclass B {};\n", "t.mof:1: missing ';' after qualifier declaration 'Q'"},
         {"class B {\n  [Key, key] string K;\n};\n", "t.mof:2: duplicate qualifier 'key'"},
         {base + "instance of A {\n K = \"x\";\n};\n", "t.mof:4: instance declarations are not supported"},
         {base + "class B : A {\n [Override(\"Q\")] string Q;\n};\n", "t.mof:5: Override(\"Q\")"},
@@ -199,8 +216,9 @@ TEST(MofParser, MalformedInputGivesFileAndLine) {
         {"[Description(\"x\")]\n", "t.mof:1: qualifier list not followed by a class"},
         {"#pragma include (\"does_not_exist.mof\")\n", "t.mof:1: cannot open included file"},
     };
+    const ClassRepository declared = withQualifiers();
     for (const auto& c : cases) {
-        ClassRepository repo;
+        ClassRepository repo = declared;
         std::string err;
         EXPECT_FALSE(repo.loadText(c.text, "t.mof", &err)) << c.text;
         EXPECT_EQ(err.find(c.expected), 0u) << "got: " << err << "\nwant: " << c.expected;
@@ -210,7 +228,7 @@ TEST(MofParser, MalformedInputGivesFileAndLine) {
 }
 
 TEST(MofParser, FailedLoadKeepsEarlierClassesAndCaseInsensitiveKeywords) {
-    ClassRepository repo;
+    ClassRepository repo = withQualifiers();
     std::string err;
     ASSERT_TRUE(repo.loadText("CLASS A { [KEY] STRING K; BOOLEAN F = False; };", "a.mof", &err)) << err;
     const ClassDecl* a = repo.find("a");
@@ -232,13 +250,15 @@ TEST(MofParser, IncludesAndDirectories) {
                                 "#pragma include (\"sub/mid.mof\")\n"
                                 "#pragma include (\"sub/base.mof\")\n"
                                 "class Top : Mid { uint8 X; };\n");
-    ClassRepository repo;
+    ClassRepository repo = withQualifiers();
     std::string err;
     ASSERT_TRUE(repo.loadFile(top, &err)) << err;
     EXPECT_TRUE(repo.isA("Top", "Base"));
     EXPECT_NE(repo.find("Base")->file.find("sub/base.mof"), std::string::npos);
 
-    // A directory load skips the files read through includes and follows name order.
+    // A directory load reads its qualifier file first, skips the files read through
+    // includes and follows name order.
+    dir.write("sub/qualifiers.mof", "Qualifier Key : boolean = false, Scope(property);\n");
     ClassRepository dirRepo;
     ASSERT_TRUE(dirRepo.loadDirectory(dir.path / "sub", &err)) << err;  // base.mof, then mid.mof
     EXPECT_EQ(dirRepo.classNames(), (std::vector<std::string>{"Base", "Mid"}));
@@ -319,4 +339,59 @@ TEST(MofParser, EveryTruncationAndCorruptionIsHandled) {
                 EXPECT_EQ(err.rfind("junk.mof:", 0), 0u) << err;
             }
         }
+}
+
+// The shipped class files load as an object manager without the DMTF schema reads them:
+// the qualifier file first, then each class file, alone or as the whole directory.
+TEST(MofParser, ShippedClassesLoadAfterTheirQualifierDeclarations) {
+    ClassRepository all;
+    std::string err;
+    ASSERT_TRUE(all.loadDirectory(kShippedDir, &err)) << err;
+    size_t classFiles = 0;
+    for (const auto& entry : fs::directory_iterator(kShippedDir)) {
+        if (entry.path().extension() != ".mof" || entry.path().filename() == "qualifiers.mof") continue;
+        ++classFiles;
+        ClassRepository one;
+        EXPECT_TRUE(one.loadFile(entry.path().string(), &err)) << err;
+        EXPECT_FALSE(one.classNames().empty()) << entry.path();
+        for (const std::string& cls : one.classNames()) EXPECT_NE(all.find(cls), nullptr) << cls;
+    }
+    EXPECT_GT(classFiles, 5u);
+
+    // Declarations keep what a class file relies on: type, default, scope and flavor.
+    const QualifierDecl* key = all.findQualifier("KEY");
+    ASSERT_NE(key, nullptr);
+    EXPECT_EQ(key->type, CMPI_boolean);
+    EXPECT_EQ(key->defaultValue, "false");
+    EXPECT_EQ(key->scopes, (std::vector<std::string>{"property", "reference"}));
+    EXPECT_EQ(key->flavors, (std::vector<std::string>{"disableoverride", "tosubclass"}));
+    EXPECT_EQ(all.findQualifier("ValueMap")->type, CMPI_stringA);
+    EXPECT_EQ(all.findQualifier("ArrayType")->defaultValue, "Bag");
+    EXPECT_EQ(all.findQualifier("Description")->defaultValue, "");
+    // The standard set later class files may use.
+    for (const char* name :
+         {"Description", "ValueMap", "Values", "BitMap", "BitValues", "Key", "Units", "Write", "Read",
+          "Required", "IN", "OUT", "Static", "Abstract", "Override", "Provider", "Version", "ArrayType",
+          "MaxLen", "MinValue", "MaxValue", "Deprecated", "Experimental", "EmbeddedInstance",
+          "EmbeddedObject", "ModelCorrespondence", "MappingStrings", "Counter", "Gauge", "PUnit",
+          "OctetString", "Association", "Indication", "Propagated", "Weak", "Aggregate", "Aggregation",
+          "Min", "Max", "Composition", "Terminal", "DisplayName", "Exception", "Correlatable", "IsPUnit",
+          "Schema"})
+        EXPECT_NE(all.findQualifier(name), nullptr) << name;
+}
+
+TEST(MofParser, UndeclaredQualifierIsRefused) {
+    TempDir dir;
+    dir.write("qualifiers.mof", "Qualifier Key : boolean = false, Scope(property, reference);\n");
+    std::string cls = dir.write("a.mof", "class A {\n  [Key] string K;\n  [Description (\"d\")]\n  uint8 X;\n};\n");
+    ClassRepository repo;
+    std::string err;
+    EXPECT_FALSE(repo.loadFile(cls, &err));
+    EXPECT_EQ(err, cls + ":3: Description is not a known qualifier");
+    EXPECT_FALSE(repo.loadDirectory(dir.path.string(), &err));
+    EXPECT_EQ(err, cls + ":3: Description is not a known qualifier");
+    EXPECT_EQ(repo.findQualifier("Key"), nullptr);  // the failed load took its declarations back
+    // Without a qualifier file nothing is declared, not even Key.
+    EXPECT_FALSE(ClassRepository().loadText("class B { [Key] string K; };", "b.mof", &err));
+    EXPECT_EQ(err, "b.mof:1: Key is not a known qualifier");
 }
