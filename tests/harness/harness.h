@@ -237,4 +237,68 @@ inline vcim::Status ModifyWithOwnValues(vcim::Broker& broker, const vcim::Instan
     return broker.modifyInstance(inst.path, changed, &names);
 }
 
+// One client request, ready to be sent any number of times.
+struct Request {
+    std::string what;
+    bool mustSucceed;  // on a healthy host
+    std::function<vcim::Status(vcim::Broker&)> send;
+};
+
+// Instances of each class as a first enumeration returned them.
+using Snapshot = std::map<std::string, std::vector<vcim::Instance>>;
+
+inline Snapshot TakeSnapshot(vcim::Broker& broker, const std::vector<ClassInfo>& classes)
+{
+    Snapshot seen;
+    for (const ClassInfo& c : classes) {
+        const vcim::Status st = broker.enumInstances(ClassPath(c.name), nullptr, seen[c.name]);
+        EXPECT_TRUE(st.ok()) << c.name << ": " << st.msg;
+    }
+    return seen;
+}
+
+// Every request a client can make of the shipped classes: both
+// enumerations of each class, then for each instance of `seen` a get, the
+// associations, a modify of its writable properties and every method call.
+inline std::vector<Request> AllRequests(const std::vector<ClassInfo>& classes, const Snapshot& seen)
+{
+    std::vector<Request> out;
+    for (const ClassInfo& c : classes) {
+        out.push_back({"enumInstanceNames " + c.name, true, [name = c.name](vcim::Broker& b) {
+                           std::vector<vcim::ObjectPath> names;
+                           return b.enumInstanceNames(ClassPath(name), names);
+                       }});
+        out.push_back({"enumInstances " + c.name, true, [name = c.name](vcim::Broker& b) {
+                           std::vector<vcim::Instance> all;
+                           return b.enumInstances(ClassPath(name), nullptr, all);
+                       }});
+    }
+    for (const ClassInfo& c : classes) {
+        auto it = seen.find(c.name);
+        if (it == seen.end())
+            continue;
+        for (const vcim::Instance& inst : it->second) {
+            const std::string path = inst.path.toString();
+            out.push_back({"getInstance " + path, true, [inst](vcim::Broker& b) {
+                               vcim::Instance got;
+                               return b.getInstance(inst.path, nullptr, got);
+                           }});
+            out.push_back({"associatorNames " + path, false, [inst](vcim::Broker& b) {
+                               std::vector<vcim::ObjectPath> names;
+                               return b.associatorNames(inst.path, names);
+                           }});
+            if (!c.writable.empty())
+                out.push_back({"modifyInstance " + path, false, [inst, w = c.writable](vcim::Broker& b) {
+                                   return ModifyWithOwnValues(b, inst, w);
+                               }});
+            for (const Call& call : c.calls)
+                out.push_back({call.method + " on " + path, false, [inst, call](vcim::Broker& b) {
+                                   vcim::MethodResult result;
+                                   return b.invokeMethod(inst.path, call.method, call.in, result);
+                               }});
+        }
+    }
+    return out;
+}
+
 }  // namespace harness

@@ -29,43 +29,18 @@ protected:
                       bool mustSucceed = false)
     {
         const vcim::Status st = runner_.run(what, request);
-        ++requests_;
+        ++sent_;
         if (mustSucceed) {
             EXPECT_TRUE(st.ok()) << what << ": " << st.codeName() << " " << st.msg;
         }
         return st.codeName();
     }
 
-    // Every request of the walk; `healthy` asks enumerations and gets to
-    // succeed. The instances seen first are kept for the faulted walks.
+    // Every request of the walk; `healthy` asks enumerations and gets to succeed.
     void walk(bool healthy)
     {
-        for (const ClassInfo& c : classes_) {
-            std::vector<vcim::ObjectPath> names;
-            std::vector<vcim::Instance> all;
-            timed("enumInstanceNames " + c.name,
-                  [&] { return broker().enumInstanceNames(harness::ClassPath(c.name), names); }, healthy);
-            timed("enumInstances " + c.name,
-                  [&] { return broker().enumInstances(harness::ClassPath(c.name), nullptr, all); }, healthy);
-            if (healthy && !seen_.count(c.name))
-                seen_[c.name] = all;
-        }
-        for (const ClassInfo& c : classes_) {
-            for (const vcim::Instance& inst : seen_[c.name]) {
-                const std::string path = inst.path.toString();
-                vcim::Instance got;
-                timed("getInstance " + path, [&] { return broker().getInstance(inst.path, nullptr, got); },
-                      healthy);
-                if (!c.writable.empty())
-                    timed("modifyInstance " + path,
-                          [&] { return harness::ModifyWithOwnValues(broker(), inst, c.writable); });
-                for (const harness::Call& call : c.calls) {
-                    vcim::MethodResult result;
-                    timed(call.method + " on " + path,
-                          [&] { return broker().invokeMethod(inst.path, call.method, call.in, result); });
-                }
-            }
-        }
+        for (const harness::Request& r : requests_)
+            timed(r.what, [&] { return r.send(broker()); }, healthy && r.mustSucceed);
     }
 
     // One load of the provider with `faults` armed (count < 0: always),
@@ -105,8 +80,8 @@ protected:
 
     BoundedRunner runner_;
     std::vector<ClassInfo> classes_;
-    std::map<std::string, std::vector<vcim::Instance>> seen_;
-    size_t requests_ = 0;
+    std::vector<harness::Request> requests_;
+    size_t sent_ = 0;
 };
 
 TEST_F(FaultSweep, EveryOperationFailingAlwaysAndOnce)
@@ -123,9 +98,11 @@ TEST_F(FaultSweep, EveryOperationFailingAlwaysAndOnce)
     vtsim_reset();
     const long liveBefore = vtsim_live_allocations();
     ASSERT_TRUE(timed("load", [&] { return load(PROVIDER_LIBRARY, SHIPPED_MOF_DIR); }) == "CMPI_RC_OK");
+    const harness::Snapshot seen = harness::TakeSnapshot(broker(), classes_);
+    requests_ = harness::AllRequests(classes_, seen);
     walk(true);
     size_t instances = 0;
-    for (const auto& [name, list] : seen_)
+    for (const auto& [name, list] : seen)
         instances += list.size();
     EXPECT_GT(instances, 0u);
     timed("unload", [&] { return broker().unload(true); });
@@ -143,7 +120,7 @@ TEST_F(FaultSweep, EveryOperationFailingAlwaysAndOnce)
     cycle(unreached, -1);
 
     printf("fault sweep: %zu classes, %zu instances, %zu operations (%zu reached), %zu requests\n",
-           classes_.size(), instances, ops.size(), reached.size(), requests_);
+           classes_.size(), instances, ops.size(), reached.size(), sent_);
 }
 
 }  // namespace
