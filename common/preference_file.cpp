@@ -22,12 +22,24 @@ std::mutex& prefMutex()
     return mutex;
 }
 
-FILE* openPreferenceFile(const char* fileName, const char* mode, const char* failure)
+// `create`: the file is made when missing, and so is its directory (owner
+// only, as it holds saved state); else only an existing file is opened.
+FILE* openPreferenceFile(const char* fileName, const char* mode, bool create, const char* failure)
 {
     if (!fileName)
         return nullptr;
     char path[kPrefPathSize];
-    FILE* file = GetPrefFileFullPath(fileName, path, sizeof path) ? fopen(path, mode) : nullptr;
+    if (!GetPrefFileFullPath(fileName, path, sizeof path)) {
+        Log::DebugPrint(failure, fileName);
+        return nullptr;
+    }
+    std::string error;
+    if (create && !EnsureParentDirectory(path, 0700, &error)) {
+        Log::LogError(failure, fileName);
+        Log::LogError("%s", error.c_str());
+        return nullptr;
+    }
+    FILE* file = fopen(path, mode);
     if (!file)
         Log::DebugPrint(failure, fileName);
     return file;
@@ -131,12 +143,12 @@ bool GetPrefFileFullPath(const char* fileName, char* buffer, size_t size)
 
 FILE* PrefOpenPreferenceFile(const char* fileName)
 {
-    return openPreferenceFile(fileName, "r+", "PrefOpenPreferenceFile: Failed to open preference file (%s).");
+    return openPreferenceFile(fileName, "r+", false, "PrefOpenPreferenceFile: Failed to open preference file (%s).");
 }
 
 FILE* PrefOpenPreferenceFileWriteMode(const char* fileName)
 {
-    return openPreferenceFile(fileName, "w+",
+    return openPreferenceFile(fileName, "w+", true,
                               "PrefOpenPreferenceFile: Failed to open preference file for writing (%s).");
 }
 

@@ -30,6 +30,9 @@ void writeLine(const char* message)
     if (g_logFilePath[0] == '\0')
         return;
     FILE* file = fopen(g_logFilePath, "a");
+    // The log directory may be missing on a fresh root or have been removed.
+    if (!file && errno == ENOENT && EnsureParentDirectory(g_logFilePath, 0755, nullptr))
+        file = fopen(g_logFilePath, "a");
     if (!file)
         return; // the log's own failures are silent
     const time_t now = time(nullptr);

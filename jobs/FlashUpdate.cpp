@@ -287,6 +287,18 @@ std::unique_ptr<Concrete_Job> newFlashJob(uint32_t kind, const char* file, uint3
     return job;
 }
 
+// Writes an image file, making its directory when missing: owner-only, as
+// it holds firmware images. 1 when it cannot be written (the log says why).
+int saveImageFile(const void* data, size_t size, const std::string& path)
+{
+    std::string error;
+    if (!EnsureParentDirectory(path, 0700, &error)) {
+        Log::LogError("invokeMethod_Adapter: Error: %s", error.c_str());
+        return 1;
+    }
+    return SaveBufferToFile(data, size, path.c_str());
+}
+
 } // namespace
 
 bool FlashFail(FlashFailure& failure, CMPIrc rc, const char* format, ...)
@@ -367,7 +379,7 @@ FlashPiece GatherFlashImagePiece(const uint8_t* piece, uint64_t length, uint64_t
                         "image.  Expect [%u] more bytes",
                         static_cast<unsigned>(g.buffer.size() - g.size));
         if (Veltra_NIC_Properties::instance().getDumpPartialFlashFile())
-            SaveBufferToFile(g.buffer.data(), g.size, RootPath(kFlashPartialFile).c_str());
+            saveImageFile(g.buffer.data(), g.size, RootPath(kFlashPartialFile));
         return FlashPiece::Partial;
     }
     Log::DebugPrint("invokeMethod_Adapter: Starting flash update...");
@@ -384,7 +396,7 @@ void ResetFlashImageGathering()
 
 bool StageFlashImage(const std::vector<uint8_t>& image, const std::string& path, FlashFailure& failure)
 {
-    const int error = SaveBufferToFile(image.data(), image.size(), path.c_str());
+    const int error = saveImageFile(image.data(), image.size(), path);
     if (error != 0)
         return FlashFail(failure, CMPI_RC_ERR_FAILED, "Unable to save image to file, error [%u]",
                          static_cast<unsigned>(error));

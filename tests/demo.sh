@@ -1,15 +1,13 @@
 #!/usr/bin/env bash
-# Main job: runs veltra-cim on the freshly built tree in a temporary root.
+# What an administrator does with the provider, on the simulated default host
+# in a temporary root: every step shows the veltra-cim command line it runs.
 #   tests/demo.sh BUILDDIR
-# First veltra-cim talks to the test provider (tests/broker/testprov), then
-# to the Veltra provider serving the simulated default host.
 set -euo pipefail
 build=$(cd "${1:?usage: tests/demo.sh BUILDDIR}" && pwd)
 top=$(cd "$(dirname "$0")/.." && pwd)
 
 cli=$build/broker/veltra-cim
-provider=$build/tests/broker/testprov/libTestProvider.so
-mof=$top/tests/broker/testprov
+provider=$build/provider/libVeltra_Adapter_Provider.so.1
 for f in "$cli" "$provider"; do
   [ -e "$f" ] || { echo "demo: $f is not built" >&2; exit 1; }
 done
@@ -17,6 +15,10 @@ done
 root=$(mktemp -d "${TMPDIR:-/tmp}/veltra-demo.XXXXXX")
 trap 'rm -rf "$root"' EXIT
 export VELTRA_ROOT=$root
+# The simulator's embedded default host, no faults; what is written through
+# the library is kept in the root from one command to the next.
+unset VTAPI_SIM_HOST VTAPI_SIM_FAULTS VTAPI_SIM_DELAYS
+export VTAPI_SIM_STATE=$root/vtsim-state.json
 
 show() { # the command line as a reader would type it
   local out="\$ veltra-cim" a
@@ -26,41 +28,56 @@ show() { # the command line as a reader would type it
   echo "$out"
 }
 
-step() { # title, then the veltra-cim arguments
-  local title=$1; shift
-  printf '\n=== %s\n' "$title"
-  show "$@"
-  "$cli" --provider "$provider" --name Test_Provider --mof "$mof" "$@"
+vcim() { "$cli" --provider "$provider" --mof "$top/mof" "$@"; }
+
+# One line of "Property=value" pairs per instance (its key among them).
+compact() {
+  awk '/^  [A-Za-z0-9_]+ = / { sub(/^  /, ""); sub(/ = /, "="); line = line (line == "" ? "" : "  ") $0; next }
+       /^[^ ]/ { if (line != "") print line; line = ""; next }
+       END { if (line != "") print line }'
 }
 
-echo "veltra-cim demo: provider $(basename "$provider"), classes from $mof, VELTRA_ROOT=$root"
-step "Class names declared in the MOF" ecn
-step "Instances of Test_Element" ei Test_Element
-step "One instance, two properties" -p Count,Tags gi 'Test_Element.Name="alpha"'
-step "Change two properties" mi 'Test_Element.Name="alpha"' Count=9 Tags=x,y
-step "Read them back" gi 'Test_Element.Name="alpha"'
-step "A method call with typed in and out arguments" \
-  cm 'Test_Element.Name="alpha"' Echo Text=hello Number=21 Numbers=1,-2,30 Flag=true
-step "An instance built on a provider thread, as JSON" --json ei Test_Thread
-echo
-echo "=== A failing request exits non-zero with the CMPI code name"
-show gi 'Test_Element.Name="gamma"'
-if "$cli" --provider "$provider" --name Test_Provider --mof "$mof" gi 'Test_Element.Name="gamma"'; then
-  echo "demo: expected a failure" >&2
-  exit 1
-else
-  echo "(exit status $?)"
-fi
+step=0
+title() { step=$((step + 1)); printf '\n=== %d. %s\n' "$step" "$1"; }
 
-provider=$build/provider/libVeltra_Adapter_Provider.so.1
-[ -e "$provider" ] || { echo "demo: $provider is not built" >&2; exit 1; }
-echo
-echo "veltra-cim demo: provider $(basename "$provider") on the simulated default host, classes from $top/mof"
-host_step() { # title, then the veltra-cim arguments
-  local title=$1; shift
-  printf '\n=== %s\n' "$title"
+# run TITLE ARGS...: shows and runs one command; its diagnostics are shown
+# only when it fails, and then the demo stops. A status the caller expects
+# (EXPECT=CODE-NAME) is reported instead.
+run() {
+  title "$1"; shift
   show "$@"
-  "$cli" --provider "$provider" --mof "$top/mof" "$@"
+  local status=0
+  vcim "$@" 2>"$root/stderr" | compact || status=$?
+  if [ $status -ne 0 ]; then
+    if [ -n "${EXPECT:-}" ] && grep -q "$EXPECT" "$root/stderr"; then
+      echo "(exit status $status: $EXPECT, ${EXPECT_MEANING:-expected})"
+    else
+      cat "$root/stderr" >&2
+      exit $status
+    fi
+  fi
 }
-host_step "The host's server instance" ei Veltra_Server
-host_step "Its FC ports" -p InstanceID,AdapterModel,PortType,Speed,MaxSpeed,PrincipalFabricWWN ei VeltraFC_Port
+
+echo "Veltra adapter provider on the simulated default host (root $root)"
+run "The server and its adapter counts" ei Veltra_Server
+run "Adapters with their firmware versions" \
+  -p AdapterModel,ActiveFirmwareVersion,FlashFirmwareVersion ei Veltra_Adapter
+run "FC ports" -p PortType,Speed,MaxSpeed ei VeltraFC_Port
+run "Physical ports" -p SupportedProtocolTypes,ManagementFunctionName ei Veltra_PhysicalPort
+run "NPAR configuration" -p FunctionType,MinimumBandwidth,MaximumBandwidth ei VeltraNIC_NPARConfiguration
+
+# A parameter of the first FC port: changed, then read back.
+port=$(vcim ein VeltraFC_Port 2>/dev/null | grep -m1 VeltraFC_Port)
+port=${port#*:}
+# The adapter keeps the new value in its NVRAM and asks for a reboot to use
+# it: the provider reports that with status 201.
+EXPECT=CMPI_RC_201 EXPECT_MEANING="saved, used after a reboot" run "Change a port parameter" mi "$port" LinkDownTimeout=45
+run "Read it back" -p LinkDownTimeout gi "$port"
+
+# A firmware update: the image is staged, the job runs, and flash watches it
+# until its final state (7: completed).
+serial=$(vcim -p InstanceID ei Veltra_Adapter 2>/dev/null | sed -n 's/.*InstanceID = "\{0,1\}\([^"]*\)"\{0,1\}$/\1/p' | head -1)
+head -c 65536 /dev/urandom >"$root/firmware.bin"
+run "Firmware update, watched to its final job state" flash "$serial" "$root/firmware.bin" --async
+echo
+echo "Demo finished."

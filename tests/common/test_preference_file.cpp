@@ -51,6 +51,27 @@ TEST_F(PreferenceFileTest, MissingDefaultFileFailsAndIsNotCreated)
     EXPECT_EQ(PrefOpenPreferenceFileWriteMode(kDefaultPrefFile), nullptr);
 }
 
+// A file that is written gets its directory back (the log's, and the
+// preference files' owner-only); a lookup or set creates nothing.
+TEST_F(PreferenceFileTest, WritesMakeMissingDirectoriesAndLookupsDoNot)
+{
+    fs::remove_all(at("/var"));
+    EXPECT_EQ(PrefSetProperty(nullptr, "key", "value"), -1);
+    EXPECT_TRUE(fs::exists(at("/var/log/Veltra_Adapter_Provider.log")));
+    EXPECT_FALSE(fs::exists(at("/var/tmp")));
+
+    FILE* file = PrefOpenPreferenceFileWriteMode("jobs.config");
+    ASSERT_NE(file, nullptr);
+    PrefClosePreferenceFile(file);
+    EXPECT_EQ(fs::status(at("/var/tmp")).permissions(), fs::perms::owner_all);
+
+    fs::remove_all(at("/var/tmp"));
+    write(at("/var/tmp"), "");
+    EXPECT_EQ(PrefOpenPreferenceFileWriteMode("jobs.config"), nullptr);
+    EXPECT_TRUE(logged("PrefOpenPreferenceFile: Failed to open preference file for writing (jobs.config)."));
+    EXPECT_TRUE(logged("cannot create directory " + root_ + "/var/tmp: Not a directory"));
+}
+
 TEST_F(PreferenceFileTest, SetAppendsNewKeysAndReplacesInPlace)
 {
     write(at(kDefault), "");

@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #ifndef VELTRA_CIM_PATH
@@ -157,6 +158,37 @@ TEST_F(FlashVerbTest, CommandExitsZeroOnSuccessAndOneWithTheProvidersMessage)
     EXPECT_EQ(unknown.status, 1);
     EXPECT_NE(unknown.err.find("No matching instance found, KeyValue=VT00NOSUCH!"), std::string::npos);
     EXPECT_EQ(command({"flash", kFC}).status, 2);
+}
+
+// On a fresh root the provider makes the directories it writes into, the
+// staging one owner-only; one it cannot make fails the update with the
+// update's own message and the system's reason in the log.
+TEST_F(FlashVerbTest, MakesTheDirectoriesItWritesIntoAndReportsOneItCannotMake)
+{
+    const std::string file = imageFile(pattern(9, 3));
+    const std::vector<std::vector<std::string>> updates{{"flash", kFC, file}, {"flash", kFC, file, "--async"}};
+    for (const auto& update : updates) {
+        const std::string mode = update.back();
+        fs::remove_all(at("/var"));
+        const Exit done = command(update);
+        EXPECT_EQ(done.status, 0) << mode << ": " << done.err;
+        struct stat info {};
+        ASSERT_EQ(stat(at("/var/tmp").c_str(), &info), 0) << mode;
+        EXPECT_EQ(info.st_mode & 0777, 0700u) << mode;
+        EXPECT_TRUE(fs::exists(at(kLogFile))) << mode;
+    }
+
+    fs::remove_all(at("/var"));
+    fs::create_directories(at("/var/log"));
+    write(at("/var/tmp"), "");
+    for (const auto& update : updates) {
+        const std::string mode = update.back();
+        const Exit failed = command(update);
+        EXPECT_EQ(failed.status, 1) << mode;
+        EXPECT_NE(failed.err.find("CMPI_RC_ERR_FAILED: Unable to save image to file, error [1]"), std::string::npos)
+            << mode << ": " << failed.err;
+    }
+    EXPECT_TRUE(logged("invokeMethod_Adapter: Error: cannot create directory " + root_ + "/var/tmp: Not a directory"));
 }
 
 } // namespace

@@ -5,10 +5,25 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
+#include <fstream>
+#include <new>
 #include <set>
+#include <sstream>
 #include <string>
 #include <unistd.h>
+
+// Every allocation of this process is counted, so that the cost of a load
+// can be compared without timing it.
+static std::atomic<unsigned long> g_allocations{0};
+void* operator new(size_t size) {
+    ++g_allocations;
+    if (void* p = std::malloc(size ? size : 1)) return p;
+    throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, size_t) noexcept { std::free(p); }
 
 namespace {
 
@@ -93,6 +108,25 @@ TEST_F(Gen, ConvergedAndMixedHostsWithVirtualFunctions) {
     EXPECT_GT(c.fc, 0u);
     EXPECT_GT(c.nic, 0u);
     EXPECT_GT(c.iscsi, 0u);
+}
+
+// A LUN costs a few allocations (its description's object, its place in the
+// tree), never an object of defaults or anything that grows with the host.
+TEST_F(Gen, LoadCostGrowsLinearlyWithTheLuns) {
+    ASSERT_EQ(VTAPI_Initialize(0, 0), VTAPI_STATUS_OK);
+    auto allocationsToLoad = [&](unsigned luns) {
+        EXPECT_EQ(gen("--adapters 2 --ports 2 --targets 16 --luns " + std::to_string(luns), file), 0);
+        std::stringstream text;
+        text << std::ifstream(file).rdbuf();
+        const std::string description = text.str();
+        const unsigned long before = g_allocations;
+        EXPECT_EQ(vtsim_load_host_json(description.c_str()), 0) << vtsim_last_error();  // rebuilds the tree
+        return g_allocations - before;
+    };
+    const unsigned long small = allocationsToLoad(16), large = allocationsToLoad(64);
+    ASSERT_EQ(count().luns, 4u * 16 * 64);
+    const double perLun = double(large - small) / (4 * 16 * (64 - 16));
+    EXPECT_LT(perLun, 8.0) << small << " allocations for 1024 LUNs, " << large << " for 4096";
 }
 
 TEST_F(Gen, BadOptionsAreRefused) {

@@ -128,6 +128,9 @@ std::string seqMac(unsigned seq) {
 
 // ---- merging -------------------------------------------------------------------
 
+// The JSON kind a description value must keep: all numbers are one kind.
+const char* kindOf(const json& j) { return j.is_number() ? "number" : j.is_boolean() ? "boolean" : j.type_name(); }
+
 // Merges desc over base; a key the base knows must keep its JSON kind.
 bool mergeChecked(json& base, const json& desc, const std::string& path, Ctx& c,
                   const std::set<std::string>& skip = {}) {
@@ -142,14 +145,11 @@ bool mergeChecked(json& base, const json& desc, const std::string& path, Ctx& c,
             base[k] = v;
             continue;
         }
-        auto kind = [](const json& j) {
-            return j.is_number() ? "number" : j.is_boolean() ? "boolean" : j.type_name();
-        };
         if (b->is_object()) {
             if (!v.is_object()) return c.fail(p, std::string("expected an object, got ") + v.type_name());
             if (!mergeChecked(*b, v, p, c)) return false;
-        } else if (std::string(kind(*b)) != kind(v)) {
-            return c.fail(p, std::string("expected a ") + kind(*b) + ", got " + v.type_name());
+        } else if (std::string(kindOf(*b)) != kindOf(v)) {
+            return c.fail(p, std::string("expected a ") + kindOf(*b) + ", got " + v.type_name());
         } else {
             *b = v;
         }
@@ -442,15 +442,14 @@ json iscsiLunDefaults(size_t li, Ctx& c) {
             {"wwuln", format("60:0a:09:80:00:1f:ee:%02x:%02x:%02x:00:00:00:00:00:01", (s >> 16) & 0xff, (s >> 8) & 0xff, s & 0xff)}};
 }
 
+// A target's defaults: a copy of one shared template with the values of its
+// position set (building the object from an initializer list costs several
+// times as much, and a large host has thousands of targets).
 json targetDefaults(size_t ti, size_t pi, int speed, Ctx& c) {
-    unsigned s = ++c.tgtSeq;
-    uint8_t node[8] = {0x50, 0x06, 0x0e, 0x80, 0x10, static_cast<uint8_t>(s >> 8), static_cast<uint8_t>(s), 0x00};
-    uint8_t port[8] = {0x50, 0x06, 0x0e, 0x80, 0x10, static_cast<uint8_t>(s >> 8), static_cast<uint8_t>(s), 0x01};
-    return {
-        {"node_wwn", hex(node, 8)}, {"port_wwn", hex(port, 8)},
-        {"port_id", format("%02x%02x00", (0x0a + (unsigned)pi) & 0xff, (0x20 + (unsigned)ti) & 0xff)},
-        {"port_type", 5}, {"bus_number", 0}, {"target_id", ti}, {"port_state", 1}, {"local", 0},
-        {"loop_id", 0x81 + ti}, {"status_byte1", VTAPI_TGT_STATUS1_ONLINE},
+    static const json kTemplate = {
+        {"node_wwn", ""}, {"port_wwn", ""}, {"port_id", ""},
+        {"port_type", 5}, {"bus_number", 0}, {"target_id", 0}, {"port_state", 1}, {"local", 0},
+        {"loop_id", 0}, {"status_byte1", VTAPI_TGT_STATUS1_ONLINE},
         {"link_flags", VTAPI_TGT_LINK_FLAG_VALID}, {"status_byte2", VTAPI_TGT_STATUS2_READY},
         {"ext_flags", 0},
         {"scm",
@@ -461,27 +460,27 @@ json targetDefaults(size_t ti, size_t pi, int speed, Ctx& c) {
         {"virtual_lane_state", 0}, {"io_throttling", 0}, {"peripheral_type", 0},
         {"inquiry_version", 6}, {"vendor", "ACME"}, {"product", "FlashArray"}, {"revision", "6100"},
         {"multipath_control", 0}, {"new_multipath_control", 0}, {"agent_flags", 0}, {"flags", 0},
-        {"bind_flags", 0}, {"target_loop_id", 0x81 + ti}, {"base_lun_number", 0},
+        {"bind_flags", 0}, {"target_loop_id", 0}, {"base_lun_number", 0},
         {"ability_flags", 0}, {"type", 0}, {"beacon_control_flags", 0},
-        {"serial_number", format("ACME%06u", s)},
-        {"fcsp", {{"role", 1}, {"auth_flag", 0}, {"auth_state", 0}, {"port_name", hex(port, 8)}, {"node_name", hex(node, 8)}}},
-        {"nvme_nqn", ""}, {"nvme_cntl_id", 0}, {"link_speed", speed},
+        {"serial_number", ""},
+        {"fcsp", {{"role", 1}, {"auth_flag", 0}, {"auth_state", 0}, {"port_name", ""}, {"node_name", ""}}},
+        {"nvme_nqn", ""}, {"nvme_cntl_id", 0}, {"link_speed", 0},
     };
-}
-
-json lunDefaults(size_t li, const json& tgt, Ctx& c) {
-    unsigned s = ++c.lunSeq;
-    std::string naa = format("60:06:0e:80:00:1f:ee:%02x:%02x:%02x:00:00:00:00:%02x:%02x",
-                             (s >> 16) & 0xff, (s >> 8) & 0xff, s & 0xff, 0, (unsigned)li & 0xff);
-    std::string plain = naa;
-    plain.erase(std::remove(plain.begin(), plain.end(), ':'), plain.end());
-    return {{"number", li}, {"data", 1}, {"new_data", 0}, {"has_physical_path", 1},
-            {"physical_path", 0}, {"peripheral_type", 0}, {"inquiry_version", 6},
-            {"vendor", tgt["vendor"]}, {"product", tgt["product"]}, {"revision", tgt["revision"]},
-            {"is_current_path", 1}, {"flags", 0}, {"wwuln", naa},
-            {"max_lba", 209715199 + li * 1048576}, {"bytes_per_block", 512},
-            {"os_device_number", s}, {"os_device_name", "naa." + plain},
-            {"os_raid_type", 0}, {"os_partitions", 1}, {"on_passive_path", 0}};
+    unsigned s = ++c.tgtSeq;
+    uint8_t node[8] = {0x50, 0x06, 0x0e, 0x80, 0x10, static_cast<uint8_t>(s >> 8), static_cast<uint8_t>(s), 0x00};
+    uint8_t port[8] = {0x50, 0x06, 0x0e, 0x80, 0x10, static_cast<uint8_t>(s >> 8), static_cast<uint8_t>(s), 0x01};
+    json d = kTemplate;
+    d["node_wwn"] = hex(node, 8);
+    d["port_wwn"] = hex(port, 8);
+    d["port_id"] = format("%02x%02x00", (0x0a + (unsigned)pi) & 0xff, (0x20 + (unsigned)ti) & 0xff);
+    d["target_id"] = ti;
+    d["loop_id"] = 0x81 + ti;
+    d["target_loop_id"] = 0x81 + ti;
+    d["serial_number"] = format("ACME%06u", s);
+    d["fcsp"]["port_name"] = d["port_wwn"];
+    d["fcsp"]["node_name"] = d["node_wwn"];
+    d["link_speed"] = speed;
+    return d;
 }
 
 // ---- kinds and types -----------------------------------------------------------------
@@ -530,15 +529,41 @@ std::string genName(Ctx& c, bool nic) {
     }
 }
 
-bool buildLun(const json& desc, const std::string& path, size_t li, const json& tgtData, Ctx& c, Lun& out) {
-    json d = lunDefaults(li, tgtData, c);
-    if (!mergeChecked(d, desc, path, c) || !checkFields(d, kLunFields, path, c.err)) return false;
-    uint64_t n;
-    if (!getUInt(d, "number", 0xffffffffu, path, c, n)) return false;
+// A LUN keeps only its description's values: its defaults go straight into
+// its record (fillLun). The values are checked as a merge over the defaults
+// would check them: each keeps the JSON kind of its default (the inquiry
+// texts' default is the target's, unchecked when that is null), then the
+// field table checks it.
+bool buildLun(const json& desc, const std::string& targetPath, size_t li, const json& tgtData, Ctx& c, Lun& out) {
+    out.index = static_cast<uint32_t>(li);
+    out.seq = ++c.lunSeq;
+    // Its path is made only for a message: most LUNs have none.
+    const auto path = [&] { return idx(targetPath, "luns", li); };
+    if (!desc.is_object()) return c.fail(path(), std::string("expected an object, got ") + desc.type_name());
+    if (desc.empty()) {
+        out.number = static_cast<uint16_t>(li);
+        return true;
+    }
+    for (auto it = desc.begin(); it != desc.end(); ++it) {
+        const Field* f = findField(kLunFields, it.key());
+        if (!f || it->is_null()) continue;
+        const char* want = isTextField(f->kind) ? "string" : "number";
+        if (f->kind == FK::Fixed) {
+            const json* inherited = at(tgtData, f->key);
+            if (!inherited || inherited->is_null()) continue;
+        }
+        if (std::string(want) != kindOf(*it))
+            return c.fail(path() + "." + it.key(), std::string("expected a ") + want + ", got " + it->type_name());
+    }
+    if (!checkFields(desc, kLunFields, path(), c.err)) return false;
+    uint64_t n = li;
+    if (desc.contains("number") && !getUInt(desc, "number", 0xffffffffu, path(), c, n)) return false;
     out.number = static_cast<uint16_t>(n);
-    out.data = std::move(d);
+    out.data = desc;
     return true;
 }
+
+const json kNoValues = json::object();
 
 bool buildTarget(const json& desc, const std::string& path, size_t ti, size_t pi, int speed, Ctx& c,
                  Target& out) {
@@ -551,13 +576,14 @@ bool buildTarget(const json& desc, const std::string& path, size_t ti, size_t pi
     if (l == desc.end()) {
         for (size_t li = 0; li < 2; ++li) {
             out.luns.emplace_back();
-            if (!buildLun(json::object(), idx(path, "luns", li), li, d, c, out.luns.back())) return false;
+            if (!buildLun(kNoValues, path, li, d, c, out.luns.back())) return false;
         }
     } else if (!l->is_null()) {
         if (!l->is_array()) return c.fail(path + ".luns", "expected an array");
+        out.luns.reserve(l->size());
         for (size_t li = 0; li < l->size(); ++li) {
             out.luns.emplace_back();
-            if (!buildLun((*l)[li], idx(path, "luns", li), li, d, c, out.luns.back())) return false;
+            if (!buildLun((*l)[li], path, li, d, c, out.luns.back())) return false;
         }
     }
     out.data = std::move(d);

@@ -563,6 +563,22 @@ static void put(uint8_t* p, T v) {
     std::memcpy(p, &v, sizeof v);
 }
 
+// Text kinds: NUL-terminated and cut, blank-padded, and counted bytes.
+static void putText(uint8_t* p, size_t size, std::string_view s) {
+    std::memset(p, 0, size);
+    std::memcpy(p, s.data(), std::min(s.size(), size - 1));
+}
+static void putFixed(uint8_t* p, size_t size, std::string_view s) {
+    std::memset(p, ' ', size);
+    std::memcpy(p, s.data(), std::min(s.size(), size));
+}
+static void putBytes(uint8_t* base, const Field& f, const uint8_t* bytes, size_t count) {
+    size_t n = std::min(count, f.size);
+    std::memset(base + f.off, 0, f.size);
+    if (n) std::memcpy(base + f.off, bytes, n);
+    if (f.off2) put(base + f.off2, static_cast<uint16_t>(n));
+}
+
 void fillFields(void* rec, const json& obj, const FieldTable& t) {
     auto* base = static_cast<uint8_t*>(rec);
     for (size_t i = 0; i < t.count; ++i) {
@@ -593,19 +609,8 @@ void fillFields(void* rec, const json& obj, const FieldTable& t) {
                 break;
         }
         switch (f.kind) {
-            case FK::Text: {
-                const std::string& s = v->get_ref<const std::string&>();
-                size_t n = std::min(s.size(), f.size - 1);
-                std::memset(p, 0, f.size);
-                std::memcpy(p, s.data(), n);
-                break;
-            }
-            case FK::Fixed: {
-                const std::string& s = v->get_ref<const std::string&>();
-                std::memset(p, ' ', f.size);
-                std::memcpy(p, s.data(), std::min(s.size(), f.size));
-                break;
-            }
+            case FK::Text: putText(p, f.size, v->get_ref<const std::string&>()); break;
+            case FK::Fixed: putFixed(p, f.size, v->get_ref<const std::string&>()); break;
             case FK::Wwn:
             case FK::Mac:
             case FK::PortId: {
@@ -617,10 +622,7 @@ void fillFields(void* rec, const json& obj, const FieldTable& t) {
             case FK::HexBytes: {
                 std::vector<uint8_t> b;
                 if (!parseHex(v->get<std::string>(), b)) break;
-                size_t n = std::min(b.size(), f.size);
-                std::memset(p, 0, f.size);
-                if (n) std::memcpy(p, b.data(), n);
-                if (f.off2) put(base + f.off2, static_cast<uint16_t>(n));
+                putBytes(base, f, b.data(), b.size());
                 break;
             }
             case FK::IscsiIp: {
@@ -631,6 +633,67 @@ void fillFields(void* rec, const json& obj, const FieldTable& t) {
             }
             default: break;   // numbers: written above
         }
+    }
+}
+
+const Field* findField(const FieldTable& t, std::string_view key) {
+    for (size_t i = 0; i < t.count; ++i)
+        if (key == t.fields[i].key) return &t.fields[i];
+    return nullptr;
+}
+
+bool isTextField(FK kind) { return kind >= FK::Text; }
+
+void clearNullFields(void* rec, const json& obj, const FieldTable& t) {
+    for (size_t i = 0; i < t.count; ++i) {
+        const Field& f = t.fields[i];
+        const json* v = at(obj, f.key);
+        if (!v || !v->is_null()) continue;
+        std::memset(static_cast<uint8_t*>(rec) + f.off, 0, f.size);
+        if (f.kind == FK::HexBytes && f.off2) put(static_cast<uint8_t*>(rec) + f.off2, uint16_t{0});
+    }
+}
+
+void fillLun(_tagVTAPI_SDMLun* r, const Lun& l, const json& target) {
+    const uint32_t li = l.index, s = l.seq;
+    r->lun_number = li;
+    r->data = 1;
+    r->new_data = 0;
+    r->has_physical_path = 1;
+    r->physical_path = 0;
+    r->inquiry_header[0] = 0;   // peripheral type
+    r->inquiry_header[2] = 6;   // inquiry version
+    auto* base = reinterpret_cast<uint8_t*>(r);
+    // The inquiry texts are the target's; a null there leaves them unset.
+    static const Field* const kInquiry[] = {findField(kLunFields, "vendor"), findField(kLunFields, "product"),
+                                             findField(kLunFields, "revision")};
+    static const Field* const kWwuln = findField(kLunFields, "wwuln");
+    for (const Field* f : kInquiry) {
+        const json* v = at(target, f->key);
+        if (v && v->is_string()) putFixed(base + f->off, f->size, v->get_ref<const std::string&>());
+    }
+    r->is_current_path = 1;
+    r->lun_flags = 0;
+    const uint8_t naa[16] = {0x60, 0x06, 0x0e, 0x80, 0x00, 0x1f, 0xee, static_cast<uint8_t>(s >> 16),
+                             static_cast<uint8_t>(s >> 8), static_cast<uint8_t>(s), 0, 0, 0, 0, 0,
+                             static_cast<uint8_t>(li)};
+    putBytes(base, *kWwuln, naa, sizeof naa);
+    r->max_lba = 209715199 + uint64_t{li} * 1048576;
+    r->bytes_per_block = 512;
+    r->os_device_number = s;
+    char name[4 + 2 * sizeof naa + 1] = "naa.";
+    for (size_t i = 0; i < sizeof naa; ++i) {
+        name[4 + 2 * i] = "0123456789abcdef"[naa[i] >> 4];
+        name[5 + 2 * i] = "0123456789abcdef"[naa[i] & 15];
+    }
+    name[sizeof name - 1] = '\0';
+    putText(reinterpret_cast<uint8_t*>(r->os_device_name), sizeof r->os_device_name, name);
+    r->os_raid_type = 0;
+    r->os_partitions = 1;
+    r->on_passive_path = 0;
+    if (l.data.is_object()) {
+        clearNullFields(r, l.data, kLunFields);
+        fillFields(r, l.data, kLunFields);
     }
 }
 

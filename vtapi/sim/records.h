@@ -5,6 +5,8 @@
 
 #include "sim_internal.h"
 
+#include <string_view>
+
 namespace vtsim {
 
 enum class FK : uint8_t {
@@ -62,6 +64,19 @@ const json* at(const json& obj, const char* path);
 bool checkFields(const json& obj, const FieldTable& t, const std::string& path, std::string& err);
 // Writes every field present in obj into rec (bounded; values already checked).
 void fillFields(void* rec, const json& obj, const FieldTable& t);
+
+// Field of a table by key; null when the table has none.
+const Field* findField(const FieldTable& t, std::string_view key);
+// Text, Fixed, Wwn, Mac, PortId, HexBytes, IscsiIp: fields given as JSON strings.
+bool isTextField(FK kind);
+// Zeroes the fields whose value in obj is null: a null leaves a field unset.
+void clearNullFields(void* rec, const json& obj, const FieldTable& t);
+
+// A LUN's record: its defaults (from its position, its host-wide sequence
+// number and its target's inquiry texts) written straight into the record,
+// then the description's own values. A large host holds hundreds of
+// thousands of LUNs, too many to build a JSON object of defaults for each.
+void fillLun(_tagVTAPI_SDMLun* rec, const Lun& lun, const json& target);
 
 // Text forms.
 bool parseWwn(const std::string& s, uint8_t out[8]);

@@ -50,7 +50,9 @@ enum ProtocolType : uint32_t { kFC = 0, kFCoE = 1, kNIC = 2, kISCSI = 3 };
 
 struct Lun {
     uint16_t number = 0;
-    json data;                 // full LUN description (defaults filled)
+    uint32_t index = 0;        // position in its target
+    uint32_t seq = 0;          // host-wide LUN sequence number (default WWULN, device number)
+    json data;                 // the description's own values (null when none); defaults: fillLun
 };
 
 struct Target {

@@ -195,7 +195,7 @@ void buildTargets(Tree& t, FnRec& fr, const Function& f, Loc loc) {
             std::vector<_tagVTAPI_SDMLun*> lrecs;
             for (size_t li = 0; li < tg.luns.size(); ++li) {
                 auto* lr = t.alloc<_tagVTAPI_SDMLun>();
-                fillFields(lr, tg.luns[li].data, kLunFields);
+                fillLun(lr, tg.luns[li], tg.data);
                 Loc ll2 = loc;
                 ll2.l = li;
                 t.where[lr] = ll2;
@@ -302,7 +302,7 @@ void refreshIn(Tree& t, size_t ai, size_t pi, size_t fi) {
             for (size_t ti = 0; ti < fr.targets.size() && ti < fn.targets.size(); ++ti) {
                 fillFields(fr.targets[ti].rec, fn.targets[ti].data, kTargetFields);
                 for (size_t li = 0; li < fr.targets[ti].luns.size() && li < fn.targets[ti].luns.size(); ++li)
-                    fillFields(fr.targets[ti].luns[li], fn.targets[ti].luns[li].data, kLunFields);
+                    fillLun(fr.targets[ti].luns[li], fn.targets[ti].luns[li], fn.targets[ti].data);
             }
         }
     }
