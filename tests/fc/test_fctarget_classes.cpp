@@ -39,7 +39,11 @@ std::string host()
         target(3, fcsp(3, 1, 1, 2, false) + R"(, "link_flags": 2, "status_byte2": 0, "status_byte1": 0)") + "," +
         target(4, fcsp(4, 3, 0, 7) + R"(, "link_flags": 2, "status_byte2": 0, "status_byte1": 64)") + "," +
         target(5, fcsp(5, 1, 2, 1) + R"(, "link_flags": 0, "status_byte1": 0)") + "," +
-        target(6, fcsp(6, 1, 0, 4) + R"(, "link_flags": 0, "status_byte1": 0, "vendor": "ABCDEFGHIJ")") + "]";
+        target(6, fcsp(6, 1, 0, 4) + R"(, "link_flags": 0, "status_byte1": 0, "vendor": "ABCDEFGHIJ", "luns": [
+            {"number": 0, "bytes_per_block": 0, "max_lba": 100000, "peripheral_type": 10, "wwuln": "60:0A:09:80:00:00:00:01"},
+            {"number": 1, "bytes_per_block": 512, "max_lba": 209715199, "peripheral_type": 11},
+            {"number": 2, "bytes_per_block": 4096, "max_lba": 26214399, "peripheral_type": 31},
+            {"number": 3, "bytes_per_block": 65536, "max_lba": 5000, "peripheral_type": 0}])") + "]";
     return R"({"adapters": [{"name": "VTTGT00001", "chip": "Cobalt-2", "ports": [
         {"number": 0, "functions": [{"type": "fc", "fc": {"node_wwn": "20:00:00:1f:ee:00:00:01",
             "port_wwn": "21:00:00:1f:ee:00:00:01", "supported_speed": 255}, "targets": )" +
@@ -120,6 +124,36 @@ TEST_F(FCTargetClassTest, TargetsCarryStateSecurityAndNVMeTextsAndAreFoundIgnori
     EXPECT_EQ(broker().getInstance(targetPath("50:06:0e:80:10:00:00:09"), nullptr, none).rc, CMPI_RC_ERR_NOT_FOUND);
     EXPECT_EQ(broker().getInstance(targetPath("50:06:0e:80:10:00:00:01", "nothing"), nullptr, none).rc,
               CMPI_RC_ERR_NOT_FOUND);
+}
+
+TEST_F(FCTargetClassTest, LunsCarrySizesAndDeviceTypesAndAreFoundByTheirThreeKeys)
+{
+    start(host());
+    std::map<std::string, std::map<std::string, std::string>> luns;
+    for (const vcim::Instance& instance : instances("Veltra_FCPort_Target_LUN")) {
+        auto t = texts(instance);
+        if (t["FCPort_Target_InstanceID"] == "50:06:0e:80:10:00:00:06")
+            luns[t["LunID"]] = t;
+    }
+    ASSERT_EQ(luns.size(), 4u);
+    const char* sizes[] = {"0", "102399", "102399", "312"};
+    const char* types[] = {"Obsolete", "Obsolete", "Unknown",
+                           "SBC-2 Direct access block device\n\t\t\t           (e.g., magnetic disk)"};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(luns[std::to_string(i)]["LunSize"], sizes[i]) << i;
+        EXPECT_EQ(luns[std::to_string(i)]["DeviceType"], types[i]) << i;
+    }
+    EXPECT_EQ(luns["0"]["WWULN"], "60:0A:09:80:00:00:00:01");
+    EXPECT_EQ(luns["0"]["InstanceID"], "60:0a:09:80:00:00:00:01_0");
+
+    vcim::ObjectPath path = keyPath("Veltra_FCPort_Target_LUN", "60:0A:09:80:00:00:00:01_0");
+    path.setKey("FCPort_Target_InstanceID", vcim::Value::string("50:06:0E:80:10:00:00:06"));
+    path.setKey("FCPort_InstanceID", vcim::Value::string(kPortKey));
+    vcim::Instance lun;
+    ASSERT_TRUE(broker().getInstance(path, nullptr, lun).ok());
+    EXPECT_EQ(texts(lun)["LunID"], "0");
+    path.setKey("FCPort_Target_InstanceID", vcim::Value::string("50:06:0e:80:10:00:00:05"));
+    EXPECT_EQ(broker().getInstance(path, nullptr, lun).rc, CMPI_RC_ERR_NOT_FOUND);
 }
 
 TEST_F(FCTargetClassTest, MethodsReportArgumentsLookupsAndLibraryFailures)
