@@ -5,6 +5,8 @@
 #include "class_test.h"
 #include "vtapi.h"
 
+#include <strings.h>
+
 #include <cstdio>
 
 namespace {
@@ -225,6 +227,32 @@ TEST_F(FCTargetClassTest, TargetListsLongerThanTheirCountOrInACycleEndTheWalk)
     EXPECT_GE(logCount(hba + "the list runs in a cycle (count 4294967295)"), 1u);
     last->next = nullptr;
     list->count = 6;
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(FCTargetClassTest, StatisticsMoveBetweenReadsAndResetToZero)
+{
+    start(host());
+    const std::vector<std::string> ports = keys("VeltraFC_Port_Stats");
+    ASSERT_EQ(ports.size(), 2u);
+    EXPECT_EQ(strcasecmp(ports[0].c_str(), kPortKey), 0);
+    vcim::MethodResult result;
+    vcim::ObjectPath path = keyPath("VeltraFC_Port_Stats", "VTTGT00001_20:00:00:1F:EE:00:00:01_21:00:00:1F:EE:00:00:01");
+    ASSERT_TRUE(broker().invokeMethod(path, "resetportstats", {}, result).ok());
+    EXPECT_EQ(result.returnValue.toCimString(), "0");
+    EXPECT_EQ(get("VeltraFC_Port_Stats", kPortKey)["IOCount"], "0");
+    EXPECT_GE(calls("VTAPI_RefreshDeviceStats").size(), 1u);
+
+    ASSERT_EQ(vtsim_fault("VTAPI_ResetDeviceStats", 9, 1), 0);
+    vcim::Status s = broker().invokeMethod(path, "ResetPortStats", {}, result);
+    EXPECT_EQ(s.rc, CMPI_RC_ERR_FAILED);
+    EXPECT_EQ(s.msg, "Failed to reset statistics, ErrorCode=9!");
+    s = broker().invokeMethod(keyPath("VeltraFC_Port_Stats", "nothing"), "ResetPortStats", {}, result);
+    EXPECT_EQ(s.rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_EQ(s.msg, "No matching instance found, KeyValue=nothing!");
 }
 
 } // namespace
