@@ -57,10 +57,10 @@ protected:
         return v ? v->n.u : ~0ull;
     }
 
-    std::map<std::string, std::string> get(const std::string& key)
+    std::map<std::string, std::string> get(const std::string& key, const char* cls = kClass)
     {
         vcim::Instance instance;
-        const vcim::Status status = broker().getInstance(keyPath(kClass, key), nullptr, instance);
+        const vcim::Status status = broker().getInstance(keyPath(cls, key), nullptr, instance);
         EXPECT_TRUE(status.ok()) << key << ": " << status.msg;
         std::map<std::string, std::string> text;
         for (const vcim::Property& p : instance.props)
@@ -69,10 +69,10 @@ protected:
     }
 
     vcim::Status modify(const std::string& key, const std::vector<vcim::Property>& values,
-                        const vcim::PropertyList& list)
+                        const vcim::PropertyList& list, const char* cls = kClass)
     {
         vcim::Instance instance;
-        instance.path = keyPath(kClass, key);
+        instance.path = keyPath(cls, key);
         for (const vcim::Property& p : values)
             instance.set(p.name, p.value);
         return broker().modifyInstance(instance.path, instance, &list);
@@ -334,6 +334,68 @@ TEST_F(EthernetPortTest, PhantomCoreDumpIsCollectedInTheBackground)
     broker_->unload(true);
     broker_.reset();
     EXPECT_EQ(vtsim_log_count("VTAPI_NicGetPhantomCoreDump"), 3u);
+}
+
+TEST_F(EthernetPortTest, PortAndStatisticsViewsOfEachFunction)
+{
+    start("", "\"VTAPI_RefreshEthernetStats\": {\"step\": 5}");
+    for (const char* key : {"vmnic4", "vmnic5"}) {
+        std::map<std::string, std::string> port = get(key, "VeltraNIC_Port");
+        EXPECT_EQ(port["LinkStatus"], get(key)["LinkStatus"]) << key;
+        EXPECT_EQ(port["MACAddress"], get(key)["MACAddress"]) << key;
+        EXPECT_EQ(port["SerialNumber"], "VT26N51203");
+    }
+    std::map<std::string, std::string> first = get("vmnic4", "VeltraNIC_Port_XGMAC_Stats");
+    EXPECT_EQ(first.count("txCBFCPauseFrames7"), 1u);
+    EXPECT_EQ(first.count("rxPktsDiscardPriority0"), 1u);
+    const uint64_t before = std::stoull(first["txPkts"]);
+    EXPECT_EQ(std::stoull(get("vmnic4", "VeltraNIC_Port_XGMAC_Stats")["txPkts"]), before + 5);
+    // A failed refresh shows the last counters.
+    ASSERT_EQ(vtsim_fault("VTAPI_RefreshEthernetStats", 3, -1), 0);
+    std::map<std::string, std::string> nic = get("vmnic4", "VeltraNIC_Port_NIC_Stats");
+    EXPECT_EQ(nic.size(), 35u);
+    EXPECT_EQ(std::stoull(get("vmnic4", "VeltraNIC_Port_XGMAC_Stats")["txPkts"]), before + 5);
+}
+
+TEST_F(EthernetPortTest, DCBModifyWritesListedFieldsAndRefusesBadPercentages)
+{
+    start();
+    const char* const dcb = "Veltra_EthernetPort_DCBParams";
+    auto groups = [](std::vector<uint64_t> values) {
+        std::vector<vcim::Value> elems;
+        for (uint64_t v : values)
+            elems.push_back(vcim::Value::uint(CMPI_uint8, v));
+        return vcim::Property{"GroupPercentages", vcim::Value::array(CMPI_uint8, elems)};
+    };
+    ASSERT_TRUE(modify("vmnic4", {arg("IsWilling", CMPI_uint8, 0), groups({10, 20, 30, 40, 0, 0, 0, 0})},
+                       {"IsWilling", "GroupPercentages"}, dcb)
+                    .ok());
+    std::map<std::string, std::string> p = get("vmnic4", dcb);
+    EXPECT_EQ(p["IsWilling"], "0");
+    EXPECT_EQ(p["GroupPercentages"], "10,20,30,40,0,0,0,0");
+
+    vtsim_log_clear();
+    for (const auto& bad : {groups({50, 50, 0, 0, 0, 0, 0}), groups({50, 40, 0, 0, 0, 0, 0, 0})}) {
+        const vcim::Status s = modify("vmnic4", {bad}, {"GroupPercentages"}, dcb);
+        EXPECT_EQ(s.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+        EXPECT_EQ(s.msg, "Invalid argument [GroupPercentages]!");
+    }
+    EXPECT_EQ(calls("VTAPI_GetDCBXConfig") + calls("VTAPI_SetDCBXConfig"), 0u);
+
+    // An empty list rewrites the record unchanged.
+    ASSERT_TRUE(modify("vmnic4", {arg("IsWilling", CMPI_uint8, 1)}, {}, dcb).ok());
+    EXPECT_EQ(calls("VTAPI_SetDCBXConfig"), 1u);
+    EXPECT_EQ(get("vmnic4", dcb), p);
+
+    ASSERT_EQ(vtsim_fault("VTAPI_GetDCBXConfig", 4, 1), 0);
+    vcim::Status s = modify("vmnic4", {}, {}, dcb);
+    EXPECT_EQ(s.rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_EQ(s.msg, "Failed to update configuration, ErrorCode=4!");
+    ASSERT_EQ(vtsim_fault("VTAPI_SetDCBXConfig", 4, 1), 0);
+    s = modify("vmnic4", {}, {}, dcb);
+    EXPECT_EQ(s.msg, "Failed to update HBA parameters");
+    s = modify("vmnic9", {}, {}, dcb);
+    EXPECT_EQ(s.msg, "No matching instance found, KeyValue=vmnic9!");
 }
 
 } // namespace
