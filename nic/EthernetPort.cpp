@@ -507,6 +507,10 @@ CmpiStatus getPhantomCoreDump(const Call& c)
     lock.unlock();
     const NICFunction f = c.resolve();
     lock.lock();
+    // A worker that has stored its result may still be detaching: it ends
+    // before the next one starts, so one worker at most is ever tracked.
+    if (!s.workerDone.wait_for(lock, std::chrono::seconds(5), [&] { return !s.workerActive; }))
+        return methodFailure(CMPI_RC_ERR_FAILED, "Operation failed because, the system is in diag mode");
     reapWorker(s);
     s.block = PhantomBlock{};
     s.block.adapter = f.adapter;

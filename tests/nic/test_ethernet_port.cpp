@@ -3,6 +3,8 @@
 // declarations) over the simulated adapter library with injected faults.
 #include "frame_test.h"
 
+#include "cli/dump.h"
+
 #include <sys/stat.h>
 
 #include <map>
@@ -334,6 +336,23 @@ TEST_F(EthernetPortTest, PhantomCoreDumpIsCollectedInTheBackground)
     broker_->unload(true);
     broker_.reset();
     EXPECT_EQ(vtsim_log_count("VTAPI_NicGetPhantomCoreDump"), 3u);
+}
+
+TEST_F(EthernetPortTest, DumpVerbDownloadsWholeDumps)
+{
+    start("", "\"VTAPI_NicGetFirmwareDump\": {\"dump_size\": 3000}, "
+              "\"VTAPI_NicGetPhantomCoreDump\": {\"dump_size\": 2000}");
+    vtsim_delay("VTAPI_NicGetPhantomCoreDump", 300);
+    std::ostringstream text;
+    vcim::cli::DumpRequest request{"vmnic4", root_ + "/fw.dump", std::nullopt, 20, 10};
+    ASSERT_TRUE(vcim::cli::RunDump(broker(), request, text).ok());
+    request.file = root_ + "/core.dump";
+    request.phantom = 1;
+    ASSERT_TRUE(vcim::cli::RunDump(broker(), request, text).ok());
+    EXPECT_EQ(text.str(), "wrote 3000 bytes to " + root_ + "/fw.dump\nwrote 2000 bytes to " + root_ + "/core.dump\n");
+    EXPECT_EQ(read(root_ + "/core.dump").size(), 2000u);
+    request.function = "vmnic9";
+    EXPECT_EQ(vcim::cli::RunDump(broker(), request, text).msg, "No matching instance found, KeyValue=vmnic9!");
 }
 
 TEST_F(EthernetPortTest, PortAndStatisticsViewsOfEachFunction)
