@@ -8,6 +8,7 @@
 #include <string>
 
 #include "broker.h"
+#include "cli/dump.h"
 #include "cli/flash.h"
 #include "cli/options.h"
 #include "cli/output.h"
@@ -176,6 +177,26 @@ Status runFlash(Session& s) {
     return RunFlash(*s.broker, request, FlashOutput{s.out, std::cerr, isatty(STDERR_FILENO) != 0});
 }
 
+Status runDump(Session& s) {
+    DumpRequest request;
+    request.function = s.opt.args[0];
+    request.file = s.opt.args[1];
+    if (s.opt.args.size() > 2) {
+        const std::string& mode = s.opt.args[2];
+        size_t used = 0;
+        unsigned long value = 0;
+        try {
+            value = std::stoul(mode, &used, 10);
+        } catch (...) {
+            used = 0;
+        }
+        if (mode.empty() || used != mode.size() || mode[0] == '-' || value > 0xFFFFFFFFul)
+            return Status{CMPI_RC_ERR_INVALID_PARAMETER, "PHANTOM-MODE must be a uint32 number"};
+        request.phantom = static_cast<uint32_t>(value);
+    }
+    return RunDump(*s.broker, request, s.out);
+}
+
 const Verb kVerbs[] = {
     {"ecn", "", "list the class names declared in the MOF directory", "veltra-cim ecn", 0, 0,
      false, runEnumClassNames},
@@ -198,6 +219,10 @@ const Verb kVerbs[] = {
      "send a firmware image to an adapter in pieces (default 1 MiB); --async watches the job "
      "until it ends, --option sets the update option",
      "veltra-cim flash VT27C40118 fw.bin --async", 2, 2, true, runFlash},
+    {"dump", "IFNAME FILE [PHANTOM-MODE]",
+     "collect a firmware dump of an Ethernet function (with PHANTOM-MODE a phantom core dump) and "
+     "download it into FILE",
+     "veltra-cim dump vmnic4 vmnic4.dump", 2, 3, true, runDump},
 };
 
 const Verb* findVerb(const std::string& name) {
