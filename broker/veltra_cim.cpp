@@ -12,7 +12,9 @@
 #include "cli/flash.h"
 #include "cli/options.h"
 #include "cli/output.h"
+#include "cli/stderr_redirect.h"
 #include "cli/typing.h"
+#include "root_path.h"
 
 #ifndef VELTRA_SOURCE_DIR
 #define VELTRA_SOURCE_DIR "."
@@ -35,6 +37,8 @@ const char kDefaultMofDir[] = VELTRA_SOURCE_DIR "/mof";
 struct Session {
     const Options& opt;
     std::ostream& out;
+    std::ostream& err;  // the real standard error
+    bool errIsTerminal;
     std::unique_ptr<Broker> broker;  // loaded for verbs that talk to the provider
     ClassRepository ownClasses;      // for verbs that only read class declarations
 
@@ -174,7 +178,7 @@ Status runFlash(Session& s) {
     request.option = s.opt.flashOption;
     request.pieceSize = s.opt.pieceSize;
     request.json = s.opt.json;
-    return RunFlash(*s.broker, request, FlashOutput{s.out, std::cerr, isatty(STDERR_FILENO) != 0});
+    return RunFlash(*s.broker, request, FlashOutput{s.out, s.err, s.errIsTerminal});
 }
 
 Status runDump(Session& s) {
@@ -251,6 +255,8 @@ void printHelp(std::ostream& os) {
           "  -p, --props A,B    property list for ei and gi\n"
           "  --json             print results as JSON\n"
           "  --no-strict        do not check returned instances against their classes\n"
+          "  -v, --verbose      show the provider's own standard-error lines (without -v\n"
+          "                     they go to $VELTRA_ROOT" << kProviderStderrFile << ")\n"
           "  --async, --option, --piece-size BYTES\n"
           "                     flash: asynchronous update, update option, piece size\n"
           "  -h, --help         this text\n"
@@ -263,8 +269,8 @@ int usageError(const std::string& msg) {
     return kExitUsage;
 }
 
-int fail(const Status& st) {
-    std::cerr << statusText(st) << '\n';
+int fail(std::ostream& err, const Status& st) {
+    err << statusText(st) << '\n';
     return kExitFailed;
 }
 
@@ -309,10 +315,13 @@ int run(int argc, const char* const* argv) {
     if (opt.args.size() < verb->minArgs || opt.args.size() > verb->maxArgs)
         return usageError(std::string("usage: veltra-cim ") + verb->name + " " + verb->operands);
 
-    Session s{opt, std::cout, nullptr, {}};
+    // Declared first so that it outlives the provider (unloaded with the session).
+    StderrRedirect redirect(verb->needsProvider && !opt.verbose, RootPath(kProviderStderrFile));
+    Session s{opt, std::cout, redirect.err(), isatty(redirect.errFd()) != 0, nullptr, {}};
     Status st = openSession(s, *verb);
     if (st.ok()) st = verb->run(s);
-    if (!st.ok()) return fail(st);
+    s.out.flush();
+    if (!st.ok()) return fail(s.err, st);
     return 0;
 }
 
