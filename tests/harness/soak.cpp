@@ -7,6 +7,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 namespace {
 
 long RssKiB()
@@ -35,9 +37,14 @@ TEST_F(Soak, ManyMixedRequestsThroughOneLoad)
     ASSERT_FALSE(requests.empty());
     printf("soak: %zu distinct requests, RSS at start %ld KiB\n", requests.size(), RssKiB());
     long failed = 0;
+    std::map<std::string, double> slowest;  // longest time of each request, ms
     for (long n = 1; n <= total; ++n) {
         const harness::Request& r = requests[static_cast<size_t>(n) % requests.size()];
+        const auto start = std::chrono::steady_clock::now();
         failed += r.mustSucceed && !r.send(broker()).ok();
+        const double ms =
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+        slowest[r.what] = std::max(slowest[r.what], ms);
         if (n % 1000 == 0)
             vtsim_set_config_changed(1);
         if (n % 10000 == 0)
@@ -46,6 +53,12 @@ TEST_F(Soak, ManyMixedRequestsThroughOneLoad)
         fflush(stdout);
     }
     EXPECT_EQ(failed, 0);
+    std::vector<std::pair<double, std::string>> bySlowness;
+    for (const auto& [what, ms] : slowest)
+        bySlowness.emplace_back(ms, what);
+    std::sort(bySlowness.rbegin(), bySlowness.rend());
+    for (size_t i = 0; i < bySlowness.size() && i < 5; ++i)
+        printf("soak: slowest: %.1f ms %s\n", bySlowness[i].first, bySlowness[i].second.c_str());
     EXPECT_TRUE(broker().unload(true).ok());
     broker_.reset();
     printf("soak: %ld requests done, RSS %ld KiB\n", total, RssKiB());
