@@ -23,7 +23,7 @@ const std::set<std::string> kNotBuiltYet = {
     "VeltraNIC_Port", "VeltraNIC_EthernetPort", "VeltraiSCSI_Port", "VeltraFC_Port_Stats",
     "Veltra_FCPort_DCBParams", "Veltra_iSCSI_DCBParams", "Veltra_EthernetPort_DCBParams",
     "VeltraNIC_Port_XGMAC_Stats", "VeltraNIC_Port_NIC_Stats", "VeltraNIC_NPARESwitchPortStatistics",
-    "VeltraNIC_NPARESwitchConfiguration", "VeltraFC_Port_Loopback_DiagTest",
+    "VeltraNIC_NPARESwitchConfiguration", 
     "VeltraFC_Port_ReadWriteBuffer_DiagTest", "VeltraFC_Port_FCPing_DiagTest", "VeltraFC_Port_FCEcho_DiagTest",
     "VeltraFC_Port_FCRDP_DiagTest", "VeltraFC_Port_CTCommand_Diag", "VeltraFC_Port_LinkStatus_DiagTest",
     "VeltraFC_Port_SCMStats", "VeltraFC_DPort_DiagTest", "VeltraiSCSI_Port_Ping_DiagTest",
