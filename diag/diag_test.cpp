@@ -335,16 +335,21 @@ bool StartDiagWorker(const DiagCall& call, std::function<void()> body, std::func
 void StopDiagWorkers()
 {
     std::unique_lock<std::mutex> lock(gWorkersMutex);
-    for (Worker& worker : gWorkers)
-        if (!worker.done && worker.abort)
-            worker.abort();
-    const bool ended = gWorkersEnded.wait_for(lock, std::chrono::seconds(30), [] {
+    auto allDone = [] {
         for (const Worker& worker : gWorkers)
             if (!worker.done)
                 return false;
         return true;
-    });
-    if (!ended)
+    };
+    // The abort is repeated: a worker may not have reached the library yet.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!allDone() && std::chrono::steady_clock::now() < deadline) {
+        for (Worker& worker : gWorkers)
+            if (!worker.done && worker.abort)
+                worker.abort();
+        gWorkersEnded.wait_for(lock, std::chrono::milliseconds(100), allDone);
+    }
+    if (!allDone())
         Log::LogError("StopDiagWorkers: a diagnostic test did not end in time");
     reapEnded();
 }
@@ -375,4 +380,76 @@ bool ByteArrayValue(const uint8_t* bytes, size_t count, CMPIType elementType, Pr
         Log::DebugPrint("Caught an exception while building an array property");
         return false;
     }
+}
+
+// ---- threaded tests ----
+
+void StartThreadedTest(const DiagCall& call, const DiagPort& port, std::mutex& mutex, int32_t& status,
+                       std::function<void()> work)
+{
+    DiagModeHold hold;
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        status = kDiagRunning;
+    }
+    VTAPISDMDevice* device = port.device;
+    const bool started = StartDiagWorker(
+        call,
+        [work] {
+            work();
+            LeaveDiagMode();
+        },
+        [device] { VTAPI_AbortDiagTest(device, 1); });
+    if (!started) {
+        std::lock_guard<std::mutex> lock(mutex);
+        status = kDiagNotStarted;
+        ThrowDiagFailure(CMPI_RC_ERR_FAILED, "Failed to run diag test");
+    }
+    hold.handOver();
+}
+
+void AbortThreadedTest(const DiagPort& port, std::mutex& mutex, int32_t& status)
+{
+    VTAPI_AbortDiagTest(port.device, 1);
+    std::lock_guard<std::mutex> lock(mutex);
+    status = kDiagAborted;
+}
+
+TextTestRecord TextTest::snapshot()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return record_;
+}
+
+void TextTest::reset()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    record_ = TextTestRecord{};
+}
+
+void TextTest::run(const DiagCall& call, const DiagPort& port, const TextTestRecord& args, LibraryCall library,
+                   const char* logName)
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        const int32_t status = record_.status;
+        CopyLibraryText(record_.portID, args.portID);
+        CopyLibraryText(record_.target, args.target);
+        record_.stopOnError = args.stopOnError;
+        record_.ctType = args.ctType;
+        record_.iterations = args.iterations;
+        record_.status = status;
+    }
+    VTAPISDMDevice* device = port.device;
+    StartThreadedTest(call, port, mutex_, record_.status, [this, device, args, library, logName] {
+        char text[1024] = {};
+        uint32_t elapsed = 0;
+        const int rc = library(device, args, text, &elapsed);
+        Log::DebugPrint("%s returned status = %u\n", logName, static_cast<unsigned>(rc));
+        std::lock_guard<std::mutex> lock(mutex_);
+        CopyLibraryText(record_.message, text);
+        record_.result = rc;
+        record_.elapsed = elapsed;
+        FinishRunState(record_.status, rc);
+    });
 }

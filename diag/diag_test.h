@@ -21,6 +21,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -203,3 +204,51 @@ CmpiData EntryArray(const std::vector<E>& entries, CMPIType elementType, Get get
         array[static_cast<int>(i)] = get(entries[i]);
     return CmpiData(array);
 }
+
+// ---- threaded tests ----
+
+// Starts `work` for a run on `port` on a worker thread: takes the
+// diagnostic mode (refused while any test runs), sets `status` running
+// under `mutex`, and releases the mode when `work` has ended. When the
+// thread cannot be created, `status` becomes not-started, the mode is
+// released and the run fails with "Failed to run diag test".
+void StartThreadedTest(const DiagCall& call, const DiagPort& port, std::mutex& mutex, int32_t& status,
+                       std::function<void()> work);
+// Ends the running library test of `port` and marks `status` aborted.
+void AbortThreadedTest(const DiagPort& port, std::mutex& mutex, int32_t& status);
+// Stores the run state after the library call returned `rc`, unless an
+// abort came meanwhile (caller holds the test's mutex).
+inline void FinishRunState(int32_t& status, int rc)
+{
+    if (status != kDiagAborted)
+        status = rc == 0 ? kDiagCompleted : kDiagFailed;
+}
+
+// A threaded test whose library call writes a text, an elapsed time and a
+// status (FC ping, CT command): the arguments of the last run and its result.
+struct TextTestRecord {
+    char portID[kFCPortTextSize] = {};
+    char target[kFCPortTextSize] = {};
+    int32_t stopOnError = 0;
+    int32_t ctType = 0;
+    int32_t iterations = 0;
+    int32_t status = kDiagIdle;
+    char message[1024] = {};
+    int32_t result = 0;
+    uint32_t elapsed = 0;
+};
+class TextTest {
+public:
+    TextTestRecord snapshot();
+    // Stores the run's arguments and starts `call` (device, record with
+    // the arguments, text buffer of 1024 bytes, elapsed out) on a worker.
+    using LibraryCall = int (*)(VTAPISDMDevice* device, const TextTestRecord& args, char* text, uint32_t* elapsed);
+    void run(const DiagCall& call, const DiagPort& port, const TextTestRecord& args, LibraryCall library,
+             const char* logName);
+    void abort(const DiagPort& port) { AbortThreadedTest(port, mutex_, record_.status); }
+    void reset();
+
+private:
+    std::mutex mutex_;
+    TextTestRecord record_;
+};

@@ -7,6 +7,9 @@
 namespace {
 
 const char* const kLoopback = "VeltraFC_Port_Loopback_DiagTest";
+const char* const kPing = "VeltraFC_Port_FCPing_DiagTest";
+const char* const kCT = "VeltraFC_Port_CTCommand_Diag";
+const char* const kTarget = "50:06:0e:80:10:27:01:01";
 
 class FCDiagTest : public ProviderClassTest {
 protected:
@@ -17,23 +20,26 @@ protected:
         if (!behaviour.empty())
             host.insert(host.find('{') + 1, R"("behaviour": {)" + behaviour + "},");
         start(host);
-        for (const vcim::Instance& port : instances("VeltraFC_Port"))
-            ports_[PropertyTexts(port)["DeviceName"]] = PropertyTexts(port)["InstanceID"];
-        if (ports_.count(""))
-            for (const vcim::Instance& port : instances("VeltraFC_Port"))
-                ports_[PropertyTexts(port)["InstanceID"]] = PropertyTexts(port)["InstanceID"];
-        ASSERT_FALSE(ports_.empty());
     }
 
-    // The InstanceID of the FC port of the first adapter's first function.
+    // The InstanceID of the FC port vmhba2 (online, with targets).
     std::string firstPort()
     {
         for (const vcim::Instance& port : instances("VeltraFC_Port")) {
-            auto t = PropertyTexts(port);
-            if (t["InstanceID"].find("vt27c40118") == 0 || t["InstanceID"].find("VT27C40118") == 0)
-                return t["InstanceID"];
+            const std::string id = PropertyTexts(port)["InstanceID"];
+            if (id.find("21:00:00:1f:ee:27:c4:00") != std::string::npos)
+                return id;
         }
-        return PropertyTexts(instances("VeltraFC_Port").front())["InstanceID"];
+        ADD_FAILURE() << "no vmhba2";
+        return "";
+    }
+
+    // Waits until the library has seen `calls` calls of `op`, and a little
+    // longer, so that the call is running.
+    void inLibrary(const char* op, unsigned long calls)
+    {
+        ASSERT_TRUE(waitUntil([&] { return vtsim_log_count(op) >= calls; }, 5000)) << op;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
 
     // Invokes `method` on the class's instance; the return value as text.
@@ -47,14 +53,16 @@ protected:
             *result = out;
         return out.returnValue.toCimString();
     }
+    std::string reset(const char* cls, const std::string& port)
+    {
+        return invoke(cls, "ResetToDefaultSettings", {str("FCPort_InstanceID", port)});
+    }
     std::string run(const char* cls, const std::string& port, std::vector<vcim::Property> more = {},
                     vcim::MethodResult* result = nullptr)
     {
         more.insert(more.begin(), str("FCPort_InstanceID", port));
         return invoke(cls, "RunDiagTest", more, result);
     }
-
-    std::map<std::string, std::string> ports_;
 };
 
 TEST_F(FCDiagTest, LoopbackSettingsRunsAndFailures)
@@ -112,10 +120,91 @@ TEST_F(FCDiagTest, LoopbackSettingsRunsAndFailures)
 TEST_F(FCDiagTest, LoopbackTextsAreBoundedWhenTheLibraryLeavesThemUnterminated)
 {
     startWith(R"("VTAPI_DiagnosticsLoopBackTest": {"fill_text": true})");
+    EXPECT_EQ(reset(kLoopback, firstPort()), "0");
     EXPECT_EQ(run(kLoopback, firstPort()), "0");
     auto t = get(kLoopback, kLoopback);
     EXPECT_EQ(t["acLoopbackTestMessage"], std::string(64, 'X'));
     EXPECT_EQ(t["acStatus"], std::string(255, 'X'));
+}
+
+TEST_F(FCDiagTest, ThreadedTestRunsOneAtATimeIsPolledAndBlocksRefresh)
+{
+    startWith(R"("VTAPI_DiagnosticsFCPingTest": {"duration_ms": 600})");
+    const std::string port = firstPort();
+    const std::vector<vcim::Property> pingArgs = {str("TargetWWPN", kTarget), sint32("iIteration", 3),
+                                                  sint32("iStopOnError", 1)};
+    ASSERT_EQ(run(kPing, port, pingArgs), "0");
+    auto t = get(kPing, kPing);
+    EXPECT_EQ(t["Status"], "1");
+    EXPECT_EQ(t["TargetWWPN"], kTarget);
+    EXPECT_EQ(t["FCPortInstanceID"], port);
+
+    // While it runs: every other test is refused, and so is a refresh.
+    EXPECT_EQ(run(kPing, port, pingArgs), "2");
+    EXPECT_EQ(run(kCT, port, {str("TargetWWPN", kTarget), sint32("iStopOnError", 0), sint32("CTDiagType", 0),
+                              sint32("iIteration", 1)}),
+              "2");
+    EXPECT_EQ(reset(kLoopback, port), "2");
+    EXPECT_GE(logCount("invokeMethod_FC_Port_CTCommand_Diag: Error: Operation failed because, the system is in diag mode"),
+              1u);
+    const long built = vtsim_trees_built();
+    vcim::MethodResult refresh;
+    ASSERT_TRUE(broker().invokeMethod(classPath("Veltra_Server"), "RefreshConfiguration", {}, refresh).ok());
+    EXPECT_EQ(refresh.returnValue.toCimString(), "2");
+    EXPECT_EQ(vtsim_trees_built(), built);
+
+    ASSERT_TRUE(waitUntil([&] { return get(kPing, kPing)["Status"] == "2"; }, 5000));
+    t = get(kPing, kPing);
+    EXPECT_EQ(t["iResult"], "0");
+    EXPECT_EQ(t["acTestMessage"], std::string("FC ping to ") + kTarget + ": 3 of 3 responses received");
+    EXPECT_EQ(t["uElapsedTime"], "6");
+    // The mode was released: tests and refreshes run again.
+    EXPECT_EQ(run(kCT, port, {str("TargetWWPN", "50:06:0e:80:99:99:99:99"), sint32("iStopOnError", 0),
+                              sint32("CTDiagType", 1), sint32("iIteration", 2)}),
+              "0");
+    ASSERT_TRUE(waitUntil([&] { return get(kCT, kCT)["Status"] == "3"; }, 5000));
+    EXPECT_EQ(get(kCT, kCT)["acTestMessage"], "Port 50:06:0e:80:99:99:99:99 not found");
+    ASSERT_TRUE(waitUntil([&] { return reset(kLoopback, port) == "0"; }, 2000));
+    ASSERT_TRUE(broker().invokeMethod(classPath("Veltra_Server"), "RefreshConfiguration", {}, refresh).ok());
+    EXPECT_EQ(refresh.returnValue.toCimString(), "0");
+}
+
+TEST_F(FCDiagTest, AbortOnlyWhileRunningAndUnloadEndsRunningWorkers)
+{
+    startWith(R"("VTAPI_DiagnosticsFCPingTest": {"duration_ms": 20000},
+                 "VTAPI_DiagnosticsCTCommand": {"duration_ms": 20000, "fill_text": true})");
+    const std::string port = firstPort();
+    EXPECT_EQ(invoke(kPing, "AbortTest", {str("FCPort_InstanceID", port)}), "2");
+    EXPECT_GE(logCount("invokeMethod_FC_Port_FCPing_DiagTest: Error: Operation failed because, the system is NOT in diag mode"),
+              1u);
+
+    ASSERT_EQ(run(kPing, port, {str("TargetWWPN", kTarget), sint32("iIteration", 1), sint32("iStopOnError", 0)}),
+              "0");
+    inLibrary("VTAPI_DiagnosticsFCPingTest", 1);
+    EXPECT_EQ(invoke(kPing, "AbortTest", {str("FCPort_InstanceID", port)}), "0");
+    ASSERT_TRUE(waitUntil([&] { return reset(kLoopback, port) == "0"; }, 5000)); // the mode came back
+    auto t = get(kPing, kPing);
+    EXPECT_EQ(t["Status"], "5");
+    EXPECT_EQ(t["acTestMessage"], "FC ping aborted");
+
+    // A text that fills the library's whole buffer is cut to 1023 characters.
+    ASSERT_EQ(run(kCT, port, {str("TargetWWPN", kTarget), sint32("iStopOnError", 0), sint32("CTDiagType", 0),
+                              sint32("iIteration", 1)}),
+              "0");
+    inLibrary("VTAPI_DiagnosticsCTCommand", 1);
+    EXPECT_EQ(invoke(kCT, "AbortTest", {str("FCPort_InstanceID", port)}), "0");
+    ASSERT_TRUE(waitUntil([&] { return get(kCT, kCT)["acTestMessage"].size() == 1023; }, 5000));
+    EXPECT_EQ(get(kCT, kCT)["Status"], "5");
+
+    // Unloading while a worker runs aborts it and waits for it.
+    ASSERT_TRUE(waitUntil([&] { return run(kPing, port, {str("TargetWWPN", kTarget), sint32("iIteration", 1),
+                                                          sint32("iStopOnError", 0)}) == "0"; },
+                          5000));
+    const auto begin = std::chrono::steady_clock::now();
+    ASSERT_TRUE(broker().unload(true).ok());
+    broker_.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+    EXPECT_TRUE(waitUntil([&] { return threadCount() <= baselineThreads_; }, 2000));
 }
 
 } // namespace
