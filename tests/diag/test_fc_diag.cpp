@@ -9,6 +9,8 @@ namespace {
 const char* const kLoopback = "VeltraFC_Port_Loopback_DiagTest";
 const char* const kPing = "VeltraFC_Port_FCPing_DiagTest";
 const char* const kCT = "VeltraFC_Port_CTCommand_Diag";
+const char* const kEcho = "VeltraFC_Port_FCEcho_DiagTest";
+const char* const kRDP = "VeltraFC_Port_FCRDP_DiagTest";
 const char* const kTarget = "50:06:0e:80:10:27:01:01";
 
 class FCDiagTest : public ProviderClassTest {
@@ -205,6 +207,55 @@ TEST_F(FCDiagTest, AbortOnlyWhileRunningAndUnloadEndsRunningWorkers)
     broker_.reset();
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
     EXPECT_TRUE(waitUntil([&] { return threadCount() <= baselineThreads_; }, 2000));
+}
+
+TEST_F(FCDiagTest, EchoShowsTheLibraryStatusAndBoundsItsMessage)
+{
+    startWith(R"("VTAPI_DiagnosticsEchoElsTest": {"fill_text": true})");
+    const std::string port = firstPort();
+    const std::vector<vcim::Property> args = {str("TargetWWPN", kTarget), sint32("iStopOnError", 0),
+                                              {"iAddressType", vcim::Value::sint(CMPI_sint16, 1)},
+                                              sint32("iIteration", 4)};
+    ASSERT_EQ(reset(kEcho, port), "0");
+    vcim::MethodResult result;
+    ASSERT_EQ(run(kEcho, port, args, &result), "0");
+    ASSERT_EQ(result.out.size(), 1u);
+    EXPECT_EQ(result.out[0].value.toCimString(), "0"); // nothing completed before
+    ASSERT_TRUE(waitUntil([&] { return get(kEcho, kEcho)["FrameReceived"] == "4"; }, 5000));
+    auto t = get(kEcho, kEcho);
+    EXPECT_EQ(t["Status"], "0"); // the library's echo status word of a passed test
+    EXPECT_EQ(t["ResponseLength"], "256");
+    EXPECT_EQ(t["uElapsedTime"], "12");
+    EXPECT_EQ(t["iAddressType"], "1");
+    EXPECT_EQ(t["ElsEchoTestMessage"], std::string(255, 'X'));
+
+    // A failed echo keeps the last passed results.
+    ASSERT_TRUE(waitUntil([&] {
+        return run(kEcho, port, {str("TargetWWPN", "50:06:0e:80:99:99:99:99"), sint32("iStopOnError", 0),
+                                 {"iAddressType", vcim::Value::sint(CMPI_sint16, 0)}, sint32("iIteration", 1)}) == "0";
+    }, 5000));
+    ASSERT_TRUE(waitUntil([&] { return get(kEcho, kEcho)["Status"] == "3"; }, 5000));
+    EXPECT_EQ(get(kEcho, kEcho)["FrameReceived"], "4");
+}
+
+TEST_F(FCDiagTest, RDPDataIsBoundedByTheBlock)
+{
+    startWith(R"("VTAPI_DiagnosticsRDPTest": {"data_length": 4000})");
+    const std::string port = firstPort();
+    vcim::MethodResult result;
+    ASSERT_EQ(run(kRDP, port, {}, &result), "0");
+    std::map<std::string, vcim::Value> out;
+    for (const vcim::Property& p : result.out)
+        out[p.name] = p.value;
+    EXPECT_EQ(out["ReturnCode"].toCimString(), "0");
+    ASSERT_EQ(out["RdpData"].elems.size(), 508u);
+    EXPECT_EQ(out["RdpData"].elems[0].toCimString(), "2"); // LS_ACC
+
+    ASSERT_EQ(vtsim_fault("VTAPI_DiagnosticsRDPTest", 5, 1), 0);
+    ASSERT_EQ(run(kRDP, port, {}, &result), "2");
+    ASSERT_FALSE(result.out.empty());
+    EXPECT_EQ(result.out[0].value.toCimString(), "5");
+    EXPECT_EQ(reset(kLoopback, port), "0"); // the mode was released
 }
 
 } // namespace
