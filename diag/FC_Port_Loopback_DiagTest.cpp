@@ -77,17 +77,6 @@ void build(CmpiInstance& instance)
     kLoopbackTable.build(instance, snapshot());
 }
 
-// Integer settings are taken as given (no range check); a value of another
-// type is ignored.
-template <class T>
-void takeInteger(const CmpiInstance& inst, const char** properties, const char* name, T& field)
-{
-    int64_t value = 0;
-    if (IsPropertyInFilter(name, properties) &&
-        ReadIntegerProperty(inst, name, INT64_MIN, INT64_MAX, value) == ValueRead::Ok)
-        field = static_cast<T>(value);
-}
-
 void modify(const CmpiInstance& inst, const char** properties)
 {
     VTAPI_DiagTestSettings settings;
@@ -95,26 +84,13 @@ void modify(const CmpiInstance& inst, const char** properties)
         std::lock_guard<std::mutex> lock(gLoopbackMutex);
         settings = gFC_Port_Loopback_DiagTest.settings;
     }
-    takeInteger(inst, properties, "iNumberOfTest", settings.number_of_test);
+    TakeIntegerSetting(inst, properties, "iNumberOfTest", settings.number_of_test);
     settings.number_of_test2 = settings.number_of_test;
-    takeInteger(inst, properties, "iPatternType", settings.pattern_type);
-    takeInteger(inst, properties, "iLoopBackType", settings.loopback_type);
-    takeInteger(inst, properties, "iReserved", settings.reserved);
+    TakeIntegerSetting(inst, properties, "iPatternType", settings.pattern_type);
+    TakeIntegerSetting(inst, properties, "iLoopBackType", settings.loopback_type);
+    TakeIntegerSetting(inst, properties, "iReserved", settings.reserved);
     settings.reserved2 = 0;
-    if (IsPropertyInFilter("acTestPattern", properties)) {
-        try {
-            const CmpiData data = inst.getProperty("acTestPattern");
-            if (!data.isNullValue() && (data.getType() & CMPI_ARRAY)) {
-                const CmpiArray array = data;
-                for (CMPICount i = 0; i < array.size() && i < 8; ++i)
-                    settings.test_pattern[i] = static_cast<uint8_t>(static_cast<CMPIUint32>(
-                        array.elementType() == CMPI_uint8 ? static_cast<unsigned char>(array[static_cast<int>(i)])
-                                                          : static_cast<CMPIUint32>(array[static_cast<int>(i)])));
-            }
-        } catch (...) {
-            Log::DebugPrint("setInstance_FC_Port_Loopback_DiagTest: acTestPattern not taken");
-        }
-    }
+    TakeByteArraySetting(inst, properties, "acTestPattern", settings.test_pattern, sizeof settings.test_pattern);
     std::lock_guard<std::mutex> lock(gLoopbackMutex);
     gFC_Port_Loopback_DiagTest.settings = settings;
 }

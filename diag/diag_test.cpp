@@ -453,3 +453,30 @@ void TextTest::run(const DiagCall& call, const DiagPort& port, const TextTestRec
         FinishRunState(record_.status, rc);
     });
 }
+
+void TakeByteArraySetting(const CmpiInstance& inst, const char** properties, const char* name, uint8_t* dest,
+                          size_t size)
+{
+    if (!IsPropertyInFilter(name, properties))
+        return;
+    try {
+        const CmpiData data = inst.getProperty(name);
+        if (data.isNullValue() || !(data.getType() & CMPI_ARRAY))
+            return;
+        const CmpiArray array = data;
+        for (CMPICount i = 0; i < array.size() && i < size; ++i) {
+            const CmpiData element = array[static_cast<int>(i)].getData();
+            switch (element.getType()) {
+            case CMPI_uint8: dest[i] = static_cast<unsigned char>(element); break;
+            case CMPI_sint8: dest[i] = static_cast<uint8_t>(static_cast<CMPISint8>(element)); break;
+            case CMPI_uint16: dest[i] = static_cast<uint8_t>(static_cast<unsigned short>(element)); break;
+            case CMPI_uint32: dest[i] = static_cast<uint8_t>(static_cast<CMPIUint32>(element)); break;
+            case CMPI_sint32: dest[i] = static_cast<uint8_t>(static_cast<CMPISint32>(element)); break;
+            default: break;
+            }
+        }
+    } catch (...) {
+        Log::DebugPrint("setInstance: %s not taken", name);
+    }
+}
+

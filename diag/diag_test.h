@@ -23,6 +23,7 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 extern const char* const kDiagModeRefusal;    // "Operation failed because, the system is in diag mode"
@@ -251,4 +252,90 @@ public:
 private:
     std::mutex mutex_;
     TextTestRecord record_;
+};
+
+// ---- settings and list results ----
+
+// A modify request's integer setting, taken as given when listed (no range
+// check); a value of another type is ignored.
+template <class T>
+void TakeIntegerSetting(const CmpiInstance& inst, const char** properties, const char* name, T& field)
+{
+    int64_t value = 0;
+    if (IsPropertyInFilter(name, properties) &&
+        ReadIntegerProperty(inst, name, INT64_MIN, INT64_MAX, value) == ValueRead::Ok)
+        field = static_cast<T>(value);
+}
+// A byte-array setting: at most `size` elements are taken, the rest ignored.
+void TakeByteArraySetting(const CmpiInstance& inst, const char** properties, const char* name, uint8_t* dest,
+                          size_t size);
+
+// A library text field (maybe unterminated) as a string.
+template <size_t N>
+std::string LibraryText(const char (&text)[N])
+{
+    return std::string(text, strnlen(text, N));
+}
+
+// Copies a library list (linked by `next`) in list order; the copies are
+// unlinked. A list longer than any adapter reports is cut.
+template <class E>
+std::vector<E> CopyLibraryList(const E* head)
+{
+    std::vector<E> out;
+    for (const E* e = head; e && out.size() < 4096; e = e->next) {
+        out.push_back(*e);
+        out.back().next = nullptr;
+    }
+    return out;
+}
+
+// A per-entry array property: one element per entry, `get` giving an
+// integer or a std::string per entry.
+template <class E, class Get>
+bool EntryArrayValue(const std::vector<E>& entries, CMPIType elementType, Get get, PropertyValue& value)
+{
+    try {
+        // Texts go in as chars; the broker keeps copies.
+        CmpiArray array(static_cast<CMPICount>(entries.size()),
+                        elementType == CMPI_string ? CMPIType(CMPI_chars) : elementType);
+        for (size_t i = 0; i < entries.size(); ++i) {
+            const auto v = get(entries[i]);
+            if constexpr (std::is_same_v<std::decay_t<decltype(v)>, std::string>)
+                array[static_cast<int>(i)] = CmpiData(v.c_str());
+            else
+                array[static_cast<int>(i)] = CmpiData(v);
+        }
+        value = CmpiData(array);
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+// A row of a list class's table: `expr` of entry `e` (CMPIUint32,
+// CMPIUint64, CMPISint32 or std::string).
+#define VELTRA_ENTRY_ARRAY(View, name, elementType, expr)                                               \
+    Computed<View>(name, static_cast<CMPIType>((elementType) | CMPI_ARRAY),                               \
+                   [](const View& v, PropertyValue& out) {                                              \
+                       return EntryArrayValue(v, elementType, [](const auto& e) { return expr; }, out);  \
+                   })
+
+// The results of a list test, guarded by their own mutex.
+template <class E>
+class ListResult {
+public:
+    std::vector<E> snapshot()
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return entries_;
+    }
+    void replace(std::vector<E> entries)
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        entries_.swap(entries);
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<E> entries_;
 };

@@ -11,6 +11,8 @@ const char* const kPing = "VeltraFC_Port_FCPing_DiagTest";
 const char* const kCT = "VeltraFC_Port_CTCommand_Diag";
 const char* const kEcho = "VeltraFC_Port_FCEcho_DiagTest";
 const char* const kRDP = "VeltraFC_Port_FCRDP_DiagTest";
+const char* const kLinkStatus = "VeltraFC_Port_LinkStatus_DiagTest";
+const char* const kSCM = "VeltraFC_Port_SCMStats";
 const char* const kTarget = "50:06:0e:80:10:27:01:01";
 
 class FCDiagTest : public ProviderClassTest {
@@ -256,6 +258,52 @@ TEST_F(FCDiagTest, RDPDataIsBoundedByTheBlock)
     ASSERT_FALSE(result.out.empty());
     EXPECT_EQ(result.out[0].value.toCimString(), "5");
     EXPECT_EQ(reset(kLoopback, port), "0"); // the mode was released
+}
+
+// Elements of an array property.
+size_t elements(const vcim::Instance& instance, const char* name)
+{
+    for (const vcim::Property& p : instance.props)
+        if (p.name == name)
+            return p.value.elems.size();
+    return SIZE_MAX;
+}
+
+TEST_F(FCDiagTest, ListResultsPublishOneElementPerEntry)
+{
+    startWith();
+    const std::string port = firstPort();
+    auto fetch = [&](const char* cls) {
+        vcim::Instance instance;
+        EXPECT_TRUE(broker().getInstance(keyPath(cls, cls), nullptr, instance).ok());
+        return instance;
+    };
+    // Link status: none before a run, then the port and its three targets.
+    EXPECT_EQ(reset(kLinkStatus, port), "0");
+    EXPECT_EQ(elements(fetch(kLinkStatus), "lInvalidTranmissionWordCount"), 0u);
+    EXPECT_EQ(run(kLinkStatus, port), "0");
+    vcim::Instance links = fetch(kLinkStatus);
+    EXPECT_EQ(elements(links, "acPortWWN"), 4u);
+    EXPECT_EQ(links.get("acPortWWN")->elems[0].toCimString(), "2100001fee27c400");
+    EXPECT_EQ(links.get("acDevType")->elems[1].toCimString(), "Target");
+
+    // SCM statistics: all remote ports, or the one named in any case.
+    EXPECT_EQ(invoke(kSCM, "GetSCMRStatisticsList", {str("FCPort_InstanceID", port), str("PortWWPN", "")}), "0");
+    EXPECT_EQ(elements(fetch(kSCM), "PortWWN"), 3u);
+    EXPECT_EQ(invoke(kSCM, "GetSCMRStatisticsList",
+                     {str("FCPort_InstanceID", port), str("PortWWPN", "50:06:0E:80:10:27:02:01")}),
+              "0");
+    vcim::Instance scm = fetch(kSCM);
+    ASSERT_EQ(elements(scm, "PortWWN"), 1u);
+    EXPECT_EQ(scm.get("PortWWN")->elems[0].toCimString(), "50060e8010270201");
+    EXPECT_EQ(scm.get("CongestionWarning")->elems[0].toCimString(), "4");
+    EXPECT_EQ(invoke(kSCM, "SANCongMgmtResetStatistics", {str("FCPort_InstanceID", port)}), "0");
+    EXPECT_EQ(invoke(kSCM, "GetSCMRStatisticsList", {str("FCPort_InstanceID", port), str("PortWWPN", "")}), "0");
+    EXPECT_EQ(fetch(kSCM).get("CongestionWarning")->elems[2].toCimString(), "0");
+    ASSERT_EQ(vtsim_fault("VTAPI_GetSCMRStatisticsList", 1, 1), 0);
+    EXPECT_EQ(invoke(kSCM, "GetSCMRStatisticsList", {str("FCPort_InstanceID", port), str("PortWWPN", "")}), "2");
+    EXPECT_EQ(elements(fetch(kSCM), "PortWWN"), 3u); // the previous results stay
+    EXPECT_EQ(vtsim_live_allocations(), 0);
 }
 
 } // namespace

@@ -25,8 +25,8 @@ const std::set<std::string> kNotBuiltYet = {
     "VeltraNIC_Port_XGMAC_Stats", "VeltraNIC_Port_NIC_Stats", "VeltraNIC_NPARESwitchPortStatistics",
     "VeltraNIC_NPARESwitchConfiguration", 
     "VeltraFC_Port_ReadWriteBuffer_DiagTest", 
-    "VeltraFC_Port_LinkStatus_DiagTest",
-    "VeltraFC_Port_SCMStats", "VeltraFC_DPort_DiagTest", "VeltraiSCSI_Port_Ping_DiagTest",
+    
+     "VeltraFC_DPort_DiagTest", "VeltraiSCSI_Port_Ping_DiagTest",
     "VeltraNIC_EthernetPort_Ping_DiagTest", "VeltraNIC_EthernetPort_DiagTest", "VeltraiSCSI_Loopback_DiagTest",
     "VeltraiSCSI_Port_Config", "VeltraNIC_EthernetPort_PhysicalFunction", "VeltraNIC_EthernetPort_VirtualFunction",
     "VeltraNIC_EthernetPort_VirtualPort",
