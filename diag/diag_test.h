@@ -312,12 +312,23 @@ bool EntryArrayValue(const std::vector<E>& entries, CMPIType elementType, Get ge
         return false;
     }
 }
+// The entries of a list view: the view itself, or its `entries` member.
+template <class E>
+const std::vector<E>& EntriesOf(const std::vector<E>& view)
+{
+    return view;
+}
+template <class V>
+const auto& EntriesOf(const V& view)
+{
+    return view.entries;
+}
 // A row of a list class's table: `expr` of entry `e` (CMPIUint32,
 // CMPIUint64, CMPISint32 or std::string).
 #define VELTRA_ENTRY_ARRAY(View, name, elementType, expr)                                               \
     Computed<View>(name, static_cast<CMPIType>((elementType) | CMPI_ARRAY),                               \
                    [](const View& v, PropertyValue& out) {                                              \
-                       return EntryArrayValue(v, elementType, [](const auto& e) { return expr; }, out);  \
+                       return EntryArrayValue(EntriesOf(v), elementType, [](const auto& e) { return expr; }, out);  \
                    })
 
 // The results of a list test, guarded by their own mutex.

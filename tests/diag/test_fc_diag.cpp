@@ -13,6 +13,7 @@ const char* const kEcho = "VeltraFC_Port_FCEcho_DiagTest";
 const char* const kRDP = "VeltraFC_Port_FCRDP_DiagTest";
 const char* const kLinkStatus = "VeltraFC_Port_LinkStatus_DiagTest";
 const char* const kSCM = "VeltraFC_Port_SCMStats";
+const char* const kRWBuffer = "VeltraFC_Port_ReadWriteBuffer_DiagTest";
 const char* const kTarget = "50:06:0e:80:10:27:01:01";
 
 class FCDiagTest : public ProviderClassTest {
@@ -26,15 +27,16 @@ protected:
         start(host);
     }
 
-    // The InstanceID of the FC port vmhba2 (online, with targets).
-    std::string firstPort()
+    // The InstanceID of the FC port with this port name (default: vmhba2,
+    // online, with targets).
+    std::string firstPort(const char* wwpn = "21:00:00:1f:ee:27:c4:00")
     {
         for (const vcim::Instance& port : instances("VeltraFC_Port")) {
             const std::string id = PropertyTexts(port)["InstanceID"];
-            if (id.find("21:00:00:1f:ee:27:c4:00") != std::string::npos)
+            if (id.find(wwpn) != std::string::npos)
                 return id;
         }
-        ADD_FAILURE() << "no vmhba2";
+        ADD_FAILURE() << "no port " << wwpn;
         return "";
     }
 
@@ -303,6 +305,43 @@ TEST_F(FCDiagTest, ListResultsPublishOneElementPerEntry)
     ASSERT_EQ(vtsim_fault("VTAPI_GetSCMRStatisticsList", 1, 1), 0);
     EXPECT_EQ(invoke(kSCM, "GetSCMRStatisticsList", {str("FCPort_InstanceID", port), str("PortWWPN", "")}), "2");
     EXPECT_EQ(elements(fetch(kSCM), "PortWWN"), 3u); // the previous results stay
+    EXPECT_EQ(vtsim_live_allocations(), 0);
+}
+
+TEST_F(FCDiagTest, ReadWriteBufferRunsTheStoredSettingsOnAWorker)
+{
+    startWith(R"("VTAPI_DiagnosticsReadWriteBufferTest": {"miscompare": 2, "duration_ms": 300})");
+    const std::string port = firstPort();
+    auto fetch = [&] {
+        vcim::Instance instance;
+        EXPECT_TRUE(broker().getInstance(keyPath(kRWBuffer, kRWBuffer), nullptr, instance).ok());
+        return instance;
+    };
+    ASSERT_EQ(reset(kRWBuffer, port), "0");
+    EXPECT_EQ(get(kRWBuffer, kRWBuffer)["iNumberOfTest"], "1"); // the library's defaults
+    std::vector<vcim::Value> reserved(70, vcim::Value::uint(CMPI_uint8, 7));
+    ASSERT_TRUE(modify(keyPath(kRWBuffer, kRWBuffer),
+                       {sint32("iNumberOfTest", 3), {"acReserved", vcim::Value::array(CMPI_uint8, reserved)}})
+                    .ok());
+    vtsim_log_clear();
+    ASSERT_EQ(run(kRWBuffer, port), "0");
+    EXPECT_EQ(get(kRWBuffer, kRWBuffer)["Status"], "1");
+    ASSERT_TRUE(waitUntil([&] { return get(kRWBuffer, kRWBuffer)["Status"] == "2"; }, 5000));
+    EXPECT_NE(calls("VTAPI_DiagnosticsReadWriteBufferTest").at(0).find("n=3"), std::string::npos);
+    vcim::Instance instance = fetch();
+    EXPECT_EQ(elements(instance, "acReserved"), 64u);
+    ASSERT_GE(elements(instance, "lDataMiscompare"), 2u);
+    EXPECT_EQ(instance.get("lDataMiscompare")->elems[0].toCimString(), "2");
+    EXPECT_EQ(instance.get("acPortWWN")->elems[0].toCimString(), "50060e8010270101");
+    EXPECT_EQ(instance.get("acStatus")->elems[0].toCimString(), "3 buffers written and read back");
+
+    // A port without targets (and link): no entries replace the last ones.
+    const std::string empty = firstPort("21:00:00:1f:ee:25:30:01");
+    ASSERT_TRUE(waitUntil([&] { return run(kRWBuffer, empty) == "0"; }, 2000));
+    ASSERT_TRUE(waitUntil([&] { return elements(fetch(), "lDataMiscompare") == 0; }, 5000));
+    instance = fetch();
+    for (const char* name : {"iReadWriteBufferTestStatus", "acReadWriteBufferTestMessage", "acNodeWWN", "iReservedResult"})
+        EXPECT_EQ(elements(instance, name), 0u) << name;
     EXPECT_EQ(vtsim_live_allocations(), 0);
 }
 

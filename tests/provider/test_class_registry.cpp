@@ -24,7 +24,7 @@ const std::set<std::string> kNotBuiltYet = {
     "Veltra_FCPort_DCBParams", "Veltra_iSCSI_DCBParams", "Veltra_EthernetPort_DCBParams",
     "VeltraNIC_Port_XGMAC_Stats", "VeltraNIC_Port_NIC_Stats", "VeltraNIC_NPARESwitchPortStatistics",
     "VeltraNIC_NPARESwitchConfiguration", 
-    "VeltraFC_Port_ReadWriteBuffer_DiagTest", 
+    
     
      "VeltraFC_DPort_DiagTest", "VeltraiSCSI_Port_Ping_DiagTest",
     "VeltraNIC_EthernetPort_Ping_DiagTest", "VeltraNIC_EthernetPort_DiagTest", "VeltraiSCSI_Loopback_DiagTest",
