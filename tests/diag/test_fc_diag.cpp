@@ -14,14 +14,19 @@ const char* const kRDP = "VeltraFC_Port_FCRDP_DiagTest";
 const char* const kLinkStatus = "VeltraFC_Port_LinkStatus_DiagTest";
 const char* const kSCM = "VeltraFC_Port_SCMStats";
 const char* const kRWBuffer = "VeltraFC_Port_ReadWriteBuffer_DiagTest";
+const char* const kDPort = "VeltraFC_DPort_DiagTest";
 const char* const kTarget = "50:06:0e:80:10:27:01:01";
 
 class FCDiagTest : public ProviderClassTest {
 protected:
     // The default host with per-operation behaviour (a JSON object body).
-    void startWith(const std::string& behaviour = "")
+    void startWith(const std::string& behaviour = "", const std::string& vmhba2Record = "")
     {
         std::string host = vtsim_default_host_json();
+        if (!vmhba2Record.empty()) {
+            const std::string anchor = R"("port_id": "0a0100", "speed": 32)";
+            host.insert(host.find(anchor) + anchor.size(), ", " + vmhba2Record);
+        }
         if (!behaviour.empty())
             host.insert(host.find('{') + 1, R"("behaviour": {)" + behaviour + "},");
         start(host);
@@ -343,6 +348,55 @@ TEST_F(FCDiagTest, ReadWriteBufferRunsTheStoredSettingsOnAWorker)
     for (const char* name : {"iReadWriteBufferTestStatus", "acReadWriteBufferTestMessage", "acNodeWWN", "iReservedResult"})
         EXPECT_EQ(elements(instance, name), 0u) << name;
     EXPECT_EQ(vtsim_live_allocations(), 0);
+}
+
+TEST_F(FCDiagTest, DPortEveryPathReleasesTheDiagnosticMode)
+{
+    // vmhba2 runs the second-generation test, vmhba4 the first.
+    startWith("", R"("capability": 32)");
+    const std::string v2 = firstPort();
+    const std::string v1 = firstPort("21:00:00:1f:ee:25:30:00");
+    auto port = [](const std::string& id) { return std::vector<vcim::Property>{str("FCPort_InstanceID", id)}; };
+    auto outputs = [](const vcim::MethodResult& r) {
+        std::map<std::string, std::string> out;
+        for (const vcim::Property& p : r.out)
+            out[p.name] = p.value.toCimString();
+        return out;
+    };
+    const std::string distance = get(kDPort, kDPort)["SwLinkDistance"];
+
+    // D-Port off: refused, results and mode untouched.
+    EXPECT_EQ(invoke(kDPort, "RunDiagTest", port(v2)), "2");
+    EXPECT_GE(logCount("invokeMethod_FC_DPort_DiagTest: Error: DPort not enabled on selected adapter"), 1u);
+    EXPECT_EQ(get(kDPort, kDPort)["SwLinkDistance"], distance);
+    EXPECT_EQ(reset(kLoopback, v2), "0");
+
+    vcim::MethodResult result;
+    ASSERT_EQ(invoke(kDPort, "EnableDPort", port(v2)), "0");
+    ASSERT_EQ(invoke(kDPort, "getAdapterNVRAMVarEnableDPortValue", port(v2), &result), "0");
+    EXPECT_EQ(outputs(result)["NVRAMVarEnableDPort"], "1");
+    ASSERT_EQ(invoke(kDPort, "RunDiagTestV2", port(v2), &result), "0");
+    auto out = outputs(result);
+    EXPECT_EQ(out["HBATxPower"], "-2.120000");
+    EXPECT_EQ(out["EgressPowerLoss"], "Tx: -2.120000 dBm, Rx: -2.980000 dBm, Diff: 0.860000 dBm");
+    EXPECT_EQ(out["Mbx1"], "0x4000");
+    EXPECT_EQ(out["SwRoundTripLinkLatency"], "180 ns");
+    EXPECT_EQ(get(kDPort, kDPort)["SwLinkDistance"], "12 meters");
+    ASSERT_EQ(vtsim_fault("VTAPI_DiagnosticDPortTestV2", 1, 1), 0);
+    EXPECT_EQ(invoke(kDPort, "RunDiagTest", port(v2)), "2");
+    EXPECT_EQ(reset(kLoopback, v2), "0");
+
+    // First generation: its status is not reported; powers are not available.
+    ASSERT_EQ(invoke(kDPort, "EnableDPort", port(v1)), "0");
+    ASSERT_EQ(vtsim_fault("VTAPI_DiagnosticDPortTest", 1, 1), 0);
+    EXPECT_EQ(invoke(kDPort, "RunDiagTest", port(v1)), "0");
+    EXPECT_EQ(reset(kLoopback, v1), "0");
+    ASSERT_EQ(invoke(kDPort, "RunDiagTestV2", port(v1), &result), "0");
+    EXPECT_EQ(outputs(result)["HBATxPower"], "N/A");
+    EXPECT_EQ(outputs(result)["IngressPowerLoss"], "N/A");
+    EXPECT_EQ(reset(kLoopback, v1), "0");
+    ASSERT_EQ(invoke(kDPort, "DisableDPort", port(v1)), "0");
+    EXPECT_EQ(invoke(kDPort, "RunDiagTest", port(v1)), "2");
 }
 
 } // namespace

@@ -26,7 +26,7 @@ const std::set<std::string> kNotBuiltYet = {
     "VeltraNIC_NPARESwitchConfiguration", 
     
     
-     "VeltraFC_DPort_DiagTest", "VeltraiSCSI_Port_Ping_DiagTest",
+     "VeltraiSCSI_Port_Ping_DiagTest",
     "VeltraNIC_EthernetPort_Ping_DiagTest", "VeltraNIC_EthernetPort_DiagTest", "VeltraiSCSI_Loopback_DiagTest",
     "VeltraiSCSI_Port_Config", "VeltraNIC_EthernetPort_PhysicalFunction", "VeltraNIC_EthernetPort_VirtualFunction",
     "VeltraNIC_EthernetPort_VirtualPort",
