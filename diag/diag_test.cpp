@@ -432,13 +432,11 @@ void TextTest::run(const DiagCall& call, const DiagPort& port, const TextTestRec
 {
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        const int32_t status = record_.status;
         CopyLibraryText(record_.portID, args.portID);
         CopyLibraryText(record_.target, args.target);
         record_.stopOnError = args.stopOnError;
         record_.ctType = args.ctType;
         record_.iterations = args.iterations;
-        record_.status = status;
     }
     VTAPISDMDevice* device = port.device;
     StartThreadedTest(call, port, mutex_, record_.status, [this, device, args, library, logName] {
