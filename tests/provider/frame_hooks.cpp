@@ -307,7 +307,9 @@ int vtframe_install(const char* className, int behaviour, int withBroker)
         if (className && strcmp(className, g_DispatchTable[i].className) != 0)
             continue;
         g_behaviour[i] = behaviour;
-        g_DispatchTable[i].handlers = withBroker ? &g_scripted.withBroker[i] : &g_scripted.plain[i];
+        g_DispatchTable[i].handlers = behaviour == VTFRAME_UNSERVED ? nullptr
+                                      : withBroker                  ? &g_scripted.withBroker[i]
+                                                                    : &g_scripted.plain[i];
         installed = static_cast<int>(i);
     }
     return installed;

@@ -12,6 +12,7 @@ enum VtFrameBehaviour {
     VTFRAME_THROW_UNKNOWN = 2,   // throw a non-CMPI exception
     VTFRAME_FAIL_STATUS = 3,     // setInstance returns CMPI_RC_ERR_INVALID_PARAMETER
     VTFRAME_HOLD = 4,            // hold until the library's backup build shows up (3 s at most)
+    VTFRAME_UNSERVED = 5,        // the row has no handler family
 };
 
 extern "C" {
