@@ -21,7 +21,7 @@ namespace {
 const std::set<std::string> kNotBuiltYet = {
     "Veltra_iSCSI_Target", "Veltra_iSCSI_Target_LUN",
     "VeltraNIC_Port", "VeltraNIC_EthernetPort", "VeltraiSCSI_Port",
-    "Veltra_FCPort_DCBParams", "Veltra_iSCSI_DCBParams", "Veltra_EthernetPort_DCBParams",
+    "Veltra_iSCSI_DCBParams", "Veltra_EthernetPort_DCBParams",
     "VeltraNIC_Port_XGMAC_Stats", "VeltraNIC_Port_NIC_Stats", "VeltraNIC_NPARESwitchPortStatistics",
     "VeltraNIC_NPARESwitchConfiguration", "VeltraFC_Port_Loopback_DiagTest",
     "VeltraFC_Port_ReadWriteBuffer_DiagTest", "VeltraFC_Port_FCPing_DiagTest", "VeltraFC_Port_FCEcho_DiagTest",
