@@ -361,6 +361,18 @@ unsigned vtframe_fc_ports(char* ids, size_t size)
     return g_FCPortList.count;
 }
 
+int vtframe_invalidate_fc_port(unsigned index)
+{
+    Veltra_Adapter_Provider* p = provider();
+    if (!p)
+        return -1;
+    ScopedLock<VeltraLock> held(p->provider_lock);
+    if (index >= g_FCPortList.count || !g_FCPortList.entries)
+        return -1;
+    g_FCPortList.entries[index].valid = 0;
+    return 0;
+}
+
 const char* vtframe_cmpi_error_string(int rc) { return GetCMPIErrorString(rc); }
 
 int vtframe_is_property_in_filter(const char* name, const char** properties)

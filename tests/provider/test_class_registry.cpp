@@ -22,7 +22,6 @@ const std::set<std::string> kNotBuiltYet = {
     "Veltra_iSCSI_Target",
     "Veltra_iSCSI_Target_LUN",
     "VeltraiSCSI_Port",
-    "Veltra_FCPort_DCBParams",
     "Veltra_iSCSI_DCBParams",
     "VeltraNIC_NPARESwitchPortStatistics",
     "VeltraNIC_NPARESwitchConfiguration",
