@@ -469,7 +469,7 @@ VTAPI_STATUS VTAPI_GetFCoEGeneralInfo(VTAPISDMDevice* device, VTAPI_FCoEGeneralI
 VTAPI_STATUS VTAPI_UpdatePortProperty(VTAPISDMDevice* device) {
     OPS_ENTER("VTAPI_UpdatePortProperty", "device=%p", (void*)device);
     FC_DEVICE_OR_FAIL(device);
-    refreshRecords(r);
+    refreshRecords(r, false);
     return VTAPI_STATUS_OK;
 }
 
@@ -493,7 +493,7 @@ VTAPI_STATUS VTAPI_RefreshDeviceStats(VTAPISDMDevice* device) {
             s[k] = num<uint32_t>(s, k, 0) + step;
         s["megabyte_count"] = num<uint32_t>(s, "megabyte_count", 0) + step / 16;
     }
-    refreshRecords(r);
+    refreshRecords(r, false);
     return VTAPI_STATUS_OK;
 }
 
@@ -501,7 +501,7 @@ VTAPI_STATUS VTAPI_ResetDeviceStats(VTAPISDMDevice* device) {
     OPS_ENTER("VTAPI_ResetDeviceStats", "device=%p", (void*)device);
     FC_DEVICE_OR_FAIL(device);
     for (const char* k : kStatNames) persist(fn, std::string("fc/stats/") + k, 0);
-    refreshRecords(r);
+    refreshRecords(r, false);
     return VTAPI_STATUS_OK;
 }
 

@@ -53,6 +53,8 @@ int vtsim_log_get(size_t i, char *buf, size_t len);
 /* Number of calls of op since the last clear (op NULL: all calls). */
 unsigned long vtsim_log_count(const char *op);
 void vtsim_log_clear(void);
+/* Nanoseconds spent inside library operations since the library was loaded. */
+unsigned long long vtsim_library_ns(void);
 
 /* Buffers handed to the caller and not yet released with VTAPI_FreeMem. */
 long vtsim_live_allocations(void);
