@@ -50,9 +50,13 @@ uint32_t functionCount(const vtapi_adapter_t* adapter)
 
 std::string keyOf(const vtapi_adapter_t* adapter, uint32_t functionId)
 {
-    return AdapterSerial(adapter) + "_" + RecordText(adapter->board_id, sizeof adapter->board_id) + "_" +
-           std::to_string(adapter->npar->settings->func[functionId].phy_port_index) + "_" +
-           std::to_string(functionId);
+    std::string key = AdapterSerial(adapter) + "_" + RecordText(adapter->board_id, sizeof adapter->board_id) + "_" +
+                      std::to_string(adapter->npar->settings->func[functionId].phy_port_index) + "_" +
+                      std::to_string(functionId);
+    // Library texts must not break the line syntax (the same key is built
+    // for the save and the restore).
+    std::replace_if(key.begin(), key.end(), [](char c) { return c == '=' || c == '\r' || c == '\n'; }, '_');
+    return key;
 }
 
 void SerializeNPAREswitchCfgField_UInt32(std::string& buffer, const char* name, uint32_t value)

@@ -216,10 +216,11 @@ TEST_F(ESwitchTest, RestoreToleratesDamageAndRefusesMismatches)
     EXPECT_EQ(returned(), 0u);
 }
 
-// An adapter with more than eight functions, one without valid eSwitch
-// data and one that does not run partitioning.
+// An adapter with more than eight functions (and an "=" in its board
+// identity), one without valid eSwitch data and one that does not run
+// partitioning.
 const char* const kWideHost = R"({"adapters": [
-  {"name": "VTWIDE0001", "kind": "cna", "partitioned": true, "board_id": "WIDE BOARD",
+  {"name": "VTWIDE0001", "kind": "cna", "partitioned": true, "board_id": "WIDE=BOARD 2",
    "ports": [{"functions": [{"type": "nic", "name": "vmnic20"}]}, {}, {}],
    "npar": {"functions": [{}, {}, {}, {}, {}, {}, {}, {}, {}, {"capability_mask": 2147483650}]}},
   {"name": "VTNOESW002", "kind": "cna", "partitioned": true, "npar": {"valid": 36},
@@ -241,7 +242,7 @@ TEST_F(ESwitchTest, WideAndInvalidAdapters)
     // The Ethernet functions (0, 1, 4, 9) of the wide adapter, and that of
     // the NPAR-capable adapter that does not run partitioning.
     EXPECT_EQ(entries.size(), 5u) << read(at(kFile));
-    EXPECT_EQ(entries.count("VTWIDE0001_WIDE BOARD_0_9"), 1u);
+    EXPECT_EQ(entries.count("VTWIDE0001_WIDE_BOARD 2_0_9"), 1u);
     EXPECT_EQ(entries.count("VTNONPAR03_VT-VC16002-1P_0_0"), 1u);
     // Function 9 has no port mask to name it in a write: not restorable.
     vtsim_log_clear();
