@@ -458,6 +458,13 @@ uint32_t GetESwitchIndex(const vtapi_adapter_t* adapter, uint32_t functionId)
     return 0;
 }
 
+uint32_t GetNPARPortNumber(const vtapi_adapter_t* adapter, uint32_t functionId)
+{
+    if (validFunction(adapter, functionId) && adapter->npar->settings)
+        return adapter->npar->settings->func[functionId].phy_port_index + 1;
+    return GetESwitchIndex(adapter, functionId) + 1;
+}
+
 std::string ESwitchInstanceId(const vtapi_adapter_t* adapter, uint32_t functionId)
 {
     return AdapterSerial(adapter) + "_" + std::to_string(GetESwitchIndex(adapter, functionId)) + "_" +

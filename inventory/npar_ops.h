@@ -123,6 +123,9 @@ bool IsNICPersonality(uint32_t mask);
 // The eSwitch a function is attached to: its eSwitch record's index, else
 // its physical port, else 0.
 uint32_t GetESwitchIndex(const vtapi_adapter_t* adapter, uint32_t functionId);
+// The function's physical port counted from 1 (its current settings' port,
+// else its eSwitch index).
+uint32_t GetNPARPortNumber(const vtapi_adapter_t* adapter, uint32_t functionId);
 // "%s_%u_%u": serial number, eSwitch index, function id (the key of the
 // eSwitch classes).
 std::string ESwitchInstanceId(const vtapi_adapter_t* adapter, uint32_t functionId);

@@ -73,9 +73,7 @@ struct Header {
 
 Header headerOf(const vtapi_adapter_t* adapter, uint32_t id)
 {
-    const vtapi_npar_info_t& npar = *adapter->npar;
-    const uint32_t port = npar.settings ? npar.settings->func[id].phy_port_index : GetESwitchIndex(adapter, id);
-    return Header{ESwitchInstanceId(adapter, id), AdapterSerial(adapter), port + 1, id};
+    return Header{ESwitchInstanceId(adapter, id), AdapterSerial(adapter), GetNPARPortNumber(adapter, id), id};
 }
 
 template <std::string Header::*Field>

@@ -87,12 +87,11 @@ CmpiInstance makeInstance_NPARESwitchPortStatistics(const RequestClass& rc, cons
 {
     static const char* keys[] = {"InstanceID", nullptr};
     CmpiInstance instance = MakeFilteredInstance(makePath_NPARESwitchPortStatistics(rc, fn), properties, keys);
-    const vtapi_npar_info_t& npar = *fn.adapter->npar;
-    const uint32_t port = npar.settings ? npar.settings->func[fn.id].phy_port_index : GetESwitchIndex(fn.adapter, fn.id);
-    kHeaderTable.build(instance, Header{ESwitchInstanceId(fn.adapter, fn.id), AdapterSerial(fn.adapter), port + 1, fn.id});
+    kHeaderTable.build(instance, Header{ESwitchInstanceId(fn.adapter, fn.id), AdapterSerial(fn.adapter),
+                                        GetNPARPortNumber(fn.adapter, fn.id), fn.id});
     if (VTAPI_RefreshNPARStats(fn.adapter) != VTAPI_STATUS_OK)
         Log::LogError("makeInstance_NPARESwitchPortStatistics() : VTAPI_RefreshNPARStats() returned failure");
-    kCounterTable.build(instance, npar.esw_stats[fn.id]);
+    kCounterTable.build(instance, fn.adapter->npar->esw_stats[fn.id]);
     return instance;
 }
 
