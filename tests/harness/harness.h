@@ -289,6 +289,14 @@ inline Snapshot TakeSnapshot(vcim::Broker& broker, const std::vector<ClassInfo>&
     return seen;
 }
 
+// Classes whose instances another client's request may remove on a
+// healthy host: a "SetSRIOVStatus" of the adapter class takes the virtual
+// functions, and their vports, away at once.
+inline bool InstancesMayVanish(const std::string& className)
+{
+    return className == "VeltraNIC_EthernetPort_VirtualFunction" || className == "VeltraNIC_EthernetPort_VirtualPort";
+}
+
 // Every request a client can make of the shipped classes: both
 // enumerations of each class, then for each instance of `seen` a get, the
 // associations, a modify of its writable properties and every method call.
@@ -311,7 +319,7 @@ inline std::vector<Request> AllRequests(const std::vector<ClassInfo>& classes, c
             continue;
         for (const vcim::Instance& inst : it->second) {
             const std::string path = inst.path.toString();
-            out.push_back({"getInstance " + path, true, [inst](vcim::Broker& b) {
+            out.push_back({"getInstance " + path, !InstancesMayVanish(c.name), [inst](vcim::Broker& b) {
                                vcim::Instance got;
                                return b.getInstance(inst.path, nullptr, got);
                            }});

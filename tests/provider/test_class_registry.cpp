@@ -23,16 +23,11 @@ const std::set<std::string> kNotBuiltYet = {
     "Veltra_iSCSI_Target_LUN",
     "VeltraiSCSI_Port",
     "Veltra_iSCSI_DCBParams",
-    "VeltraNIC_NPARESwitchPortStatistics",
-    "VeltraNIC_NPARESwitchConfiguration",
     "VeltraiSCSI_Port_Ping_DiagTest",
     "VeltraNIC_EthernetPort_Ping_DiagTest",
     "VeltraNIC_EthernetPort_DiagTest",
     "VeltraiSCSI_Loopback_DiagTest",
     "VeltraiSCSI_Port_Config",
-    "VeltraNIC_EthernetPort_PhysicalFunction",
-    "VeltraNIC_EthernetPort_VirtualFunction",
-    "VeltraNIC_EthernetPort_VirtualPort",
 };
 
 long rowOf(const char* className)

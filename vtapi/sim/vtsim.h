@@ -65,6 +65,12 @@ long vtsim_bad_frees(void);
 long vtsim_trees_built(void);
 long vtsim_trees_released(void);
 
+/* Adapter reset: the running eSwitch settings of every NPAR function of the
+ * adapter `serial` go back to their power-on values (mac_addr_change 1,
+ * every other setting 0), as after a host reboot; the tree shows it at once.
+ * -1 for an unknown or not NPAR-capable adapter. */
+int vtsim_reset_adapter(const char* serial);
+
 /* Persistent state as JSON text (copied into buf; returns the full length). */
 size_t vtsim_state_json(char *buf, size_t len);
 
