@@ -1,6 +1,9 @@
 // The diagnostic test pattern shared by the diagnostic classes.
 #include "diag_test.h"
 
+#include "nic_functions.h"
+#include "veltra_nic_properties.h"
+
 #include "property_table.h"
 #include "provider_globals.h"
 #include "veltra_nic_utils.h"
@@ -9,6 +12,7 @@
 
 #include <strings.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <list>
@@ -146,19 +150,39 @@ CmpiStatus DiagSet(const DiagClass& cls, const CmpiObjectPath&, const CmpiInstan
 {
     const std::string who = handlerName("setInstance_", cls);
     Log::DebugPrint("Entering %s", who.c_str());
-    if (cls.modify)
-        cls.modify(inst, properties);
+    CmpiStatus status(CMPI_RC_OK);
+    try {
+        if (cls.modify)
+            cls.modify(inst, properties);
+    } catch (const DiagFailure& failure) {
+        status = CmpiStatus(failure.rc, failure.text.c_str());
+    }
     Log::DebugPrint("Exiting  %s", who.c_str());
-    return CmpiStatus(CMPI_RC_OK);
+    return status;
 }
 
 // ---- methods ----
 
 namespace {
 
+const char* portArgument(DiagPortKind kind)
+{
+    switch (kind) {
+    case DiagPortKind::Ethernet: return "EthernetPort_InstanceID";
+    case DiagPortKind::iSCSI: return "iSCSIPort_InstanceID";
+    default: return "FCPort_InstanceID";
+    }
+}
+
+void ranOn(const DiagMethod& method)
+{
+    if (method.done)
+        Log::DebugPrint("%s", method.done);
+}
+
 // Runs `method` on every valid FC port list entry named by `portID`;
-// throws when none matched or a match is invalid.
-void runOnPorts(const DiagCall& call, const DiagMethod& method, const std::string& portID)
+// false when none matched, throws when a match is invalid.
+bool runOnFCPorts(const DiagCall& call, const DiagMethod& method, const std::string& portID)
 {
     bool ran = false;
     for (uint32_t i = 0; i < g_FCPortList.count; ++i) {
@@ -178,9 +202,41 @@ void runOnPorts(const DiagCall& call, const DiagMethod& method, const std::strin
         port.instanceID = entry.instanceID;
         method.run(call, port);
         ran = true;
-        if (method.done)
-            Log::DebugPrint("%s", method.done);
+        ranOn(method);
     }
+    return ran;
+}
+
+// Runs `method` on the Ethernet or iSCSI function named by `portID`.
+bool runOnFunction(const DiagCall& call, const DiagMethod& method, DiagPortKind kind, const std::string& portID)
+{
+    DiagPort port;
+    port.instanceID = portID;
+    if (kind == DiagPortKind::Ethernet) {
+        const NICFunction f = FindNICFunction(portID.c_str());
+        if (!f)
+            return false;
+        port.ifname = NICFunctionName(f.fn);
+    } else {
+        const vtapi_protocol_t* found = nullptr;
+        ForEachFunction([&](vtapi_adapter_t*, vtapi_phy_port_t*, vtapi_protocol_t* fn) {
+            if (fn->protocol_type == VTAPI_PROTOCOL_ISCSI && strcasecmp(NICFunctionName(fn).c_str(), portID.c_str()) == 0)
+                found = fn;
+            return found == nullptr;
+        });
+        if (!found)
+            return false;
+        port.hba = found->hba_number;
+    }
+    method.run(call, port);
+    ranOn(method);
+    return true;
+}
+
+void runOnPorts(const DiagCall& call, const DiagMethod& method, DiagPortKind kind, const std::string& portID)
+{
+    const bool ran = kind == DiagPortKind::FC ? runOnFCPorts(call, method, portID)
+                                              : runOnFunction(call, method, kind, portID);
     if (!ran) {
         char text[512];
         snprintf(text, sizeof text, "No matching instance found, KeyValue=%s!", portID.c_str());
@@ -211,7 +267,7 @@ CmpiStatus DiagInvoke(const DiagClass& cls, CmpiBroker& broker, const CmpiContex
         const DiagCall call{who.c_str(), ctx, broker, in, out};
         try {
             try {
-                const std::string portID = DiagStringArg(call, "FCPort_InstanceID");
+                const std::string portID = DiagStringArg(call, portArgument(cls.ports));
                 if (method->gate == DiagGate::Idle && InDiagMode())
                     ThrowDiagFailure(CMPI_RC_ERR_FAILED, kDiagModeRefusal);
                 if (method->gate == DiagGate::Running && !InDiagMode())
@@ -221,7 +277,7 @@ CmpiStatus DiagInvoke(const DiagClass& cls, CmpiBroker& broker, const CmpiContex
                     snprintf(text, sizeof text, "No matching instance found, KeyValue=%s!", key.c_str());
                     ThrowDiagFailure(CMPI_RC_ERR_NOT_FOUND, text);
                 }
-                runOnPorts(call, *method, portID);
+                runOnPorts(call, *method, cls.ports, portID);
                 value = 0;
             } catch (const CmpiStatus& status) {
                 ThrowDiagFailure(static_cast<CMPIrc>(status.rc()), status.msg() ? status.msg() : "");
@@ -355,6 +411,121 @@ void StopDiagWorkers()
 }
 
 VELTRA_PROVIDER_HOOK(diag_workers, ProviderHook::Stop, StopDiagWorkers, 0);
+
+// ---- tests that live across calls ----
+
+struct DiagLeaseRegistry {
+    static std::mutex& mutex()
+    {
+        static std::mutex m;
+        return m;
+    }
+    static std::list<DiagModeLease*>& leases()
+    {
+        static std::list<DiagModeLease*> l;
+        return l;
+    }
+};
+
+DiagModeLease::~DiagModeLease()
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        stopping_ = true;
+        held_ = false;
+    }
+    changed_.notify_all();
+    join();
+}
+
+void DiagModeLease::join()
+{
+    if (watchdog_.joinable() && watchdog_.get_id() != std::this_thread::get_id())
+        watchdog_.join();
+}
+
+void DiagModeLease::take(DiagModeHold& hold, std::function<void()> end)
+{
+    join(); // the watchdog of an earlier test has ended or ends now: it held nothing
+    int seconds = Veltra_NIC_Properties::instance().getDiagTestTimeLimitSeconds();
+    if (seconds <= 0)
+        seconds = Veltra_NIC_Properties::kDefaultDiagTestTimeLimitSeconds;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+    std::lock_guard<std::mutex> lock(mutex_);
+    held_ = true;
+    stopping_ = false;
+    end_ = std::move(end);
+    const uint64_t generation = ++generation_;
+    try {
+        watchdog_ = std::thread([this, generation, deadline] { watch(generation, deadline); });
+    } catch (...) {
+        Log::LogError("%s: the time limit could not be armed", name_);
+    }
+    hold.handOver();
+    std::lock_guard<std::mutex> registry(DiagLeaseRegistry::mutex());
+    auto& leases = DiagLeaseRegistry::leases();
+    if (std::find(leases.begin(), leases.end(), this) == leases.end())
+        leases.push_back(this);
+}
+
+bool DiagModeLease::release()
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!held_)
+            return false;
+        held_ = false;
+        LeaveDiagMode();
+    }
+    changed_.notify_all();
+    return true;
+}
+
+void DiagModeLease::watch(uint64_t generation, std::chrono::steady_clock::time_point deadline)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    const bool ended = changed_.wait_until(lock, deadline, [&] { return !held_ || stopping_ || generation_ != generation; });
+    if (!held_ || generation_ != generation)
+        return;
+    // The test outlived its limit or the provider is cleaned up: end it and
+    // release the mode (claimed here, so a concurrent release does nothing).
+    held_ = false;
+    const std::function<void()> end = end_;
+    lock.unlock();
+    if (ended)
+        Log::LogError("%s: the provider is cleaned up while the test runs; ending the test", name_);
+    else
+        Log::LogError("%s: the test was not destroyed within its time limit; ending the test and leaving diag mode",
+                      name_);
+    try {
+        if (end)
+            end();
+    } catch (...) {
+        Log::LogError("%s: ending the test failed", name_);
+    }
+    LeaveDiagMode();
+}
+
+void DiagModeLease::stopAll()
+{
+    std::lock_guard<std::mutex> registry(DiagLeaseRegistry::mutex());
+    for (DiagModeLease* lease : DiagLeaseRegistry::leases()) {
+        {
+            std::lock_guard<std::mutex> lock(lease->mutex_);
+            lease->stopping_ = true;
+        }
+        lease->changed_.notify_all();
+        lease->join();
+    }
+}
+
+namespace {
+void StopDiagLeases()
+{
+    DiagModeLease::stopAll();
+}
+} // namespace
+VELTRA_PROVIDER_HOOK(diag_leases, ProviderHook::Stop, StopDiagLeases, 0);
 
 std::string HexBytes(const uint8_t* bytes, size_t count)
 {

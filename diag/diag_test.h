@@ -19,10 +19,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <chrono>
+#include <condition_variable>
 #include <cstring>
 #include <functional>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -61,6 +64,38 @@ public:
 private:
     bool held_;
 };
+// The mode held by a test that lives across calls (started by one method,
+// ended by another): taken over from a hold, released exactly once, by
+// release() or when the time limit of the provider properties
+// ("DiagTestTimeLimitSeconds") passes or the provider is cleaned up. In the
+// last two cases `end` (which ends the library's test) runs first and the
+// reason is logged.
+class DiagModeLease {
+public:
+    explicit DiagModeLease(const char* testName) : name_(testName) {}
+    ~DiagModeLease();
+    void take(DiagModeHold& hold, std::function<void()> end);
+    // Releases the mode; false when this lease did not hold it (any more).
+    bool release();
+    // Ends the tests still holding the mode (provider cleanup).
+    static void stopAll();
+    DiagModeLease(const DiagModeLease&) = delete;
+    DiagModeLease& operator=(const DiagModeLease&) = delete;
+
+private:
+    void watch(uint64_t generation, std::chrono::steady_clock::time_point deadline);
+    void join();
+
+    const char* name_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool held_ = false;
+    bool stopping_ = false;
+    uint64_t generation_ = 0;
+    std::function<void()> end_;
+    std::thread watchdog_;
+};
+
 // Releases the mode a worker was handed.
 void LeaveDiagMode();
 bool InDiagMode();
@@ -74,6 +109,15 @@ struct DiagPort {
     uint8_t loopbackAttribute = 0; // the device record's one-byte attribute for loopback requests
     uint8_t capability = 0;
     std::string instanceID;
+    std::string ifname; // Ethernet ports: the interface name
+    uint32_t hba = 0;   // iSCSI ports: the function's library handle
+};
+
+// The kind of port a class's methods act on, and the argument naming it.
+enum class DiagPortKind {
+    FC,       // "FCPort_InstanceID", looked up in the FC port list
+    Ethernet, // "EthernetPort_InstanceID", a NIC function of the adapter tree
+    iSCSI,    // "iSCSIPort_InstanceID", an iSCSI function of the adapter tree
 };
 
 // What a method body gets.
@@ -107,7 +151,8 @@ struct DiagMethod {
 
 // One diagnostic class: its name (also the instance's key), the suffix of
 // its handler names, how its instance is built, its methods, and how a
-// modify request is applied (null: not modifiable).
+// modify request is applied (null: not modifiable; it may throw a
+// DiagFailure, which the modify request answers with).
 struct DiagClass {
     const char* className;
     const char* suffix; // "FC_Port_Loopback_DiagTest"
@@ -115,6 +160,7 @@ struct DiagClass {
     const DiagMethod* methods;
     size_t methodCount;
     void (*modify)(const CmpiInstance& inst, const char** properties);
+    DiagPortKind ports = DiagPortKind::FC;
 };
 
 CmpiStatus DiagEnumNames(const DiagClass& cls, CmpiResult& rslt, const CmpiObjectPath& cop);

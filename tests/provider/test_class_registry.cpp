@@ -23,10 +23,6 @@ const std::set<std::string> kNotBuiltYet = {
     "Veltra_iSCSI_Target_LUN",
     "VeltraiSCSI_Port",
     "Veltra_iSCSI_DCBParams",
-    "VeltraiSCSI_Port_Ping_DiagTest",
-    "VeltraNIC_EthernetPort_Ping_DiagTest",
-    "VeltraNIC_EthernetPort_DiagTest",
-    "VeltraiSCSI_Loopback_DiagTest",
     "VeltraiSCSI_Port_Config",
 };
 
