@@ -96,15 +96,6 @@ protected:
         return broker().modifyInstance(path, instance, list ? &*list : &names);
     }
 
-    // The library's call log entries of one operation since the last clear.
-    static std::vector<std::string> calls(const std::string& op)
-    {
-        std::vector<std::string> found;
-        for (const std::string& entry : vtsim_test::callLog())
-            if (entry.rfind(op + "(", 0) == 0)
-                found.push_back(entry);
-        return found;
-    }
     // Operation names of the call log, in order.
     static std::vector<std::string> callNames()
     {

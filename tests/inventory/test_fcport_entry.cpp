@@ -1,29 +1,39 @@
-// FC port entry fields that no class publishes (operational status,
-// option-ROM and multiboot versions), the VPD summary's length limit and
-// the host identity, in process against the simulated adapter library.
-#include "ComputerSystem.h"
+// The FC port list, its key lookups and the entry fields that no class
+// publishes (operational status, multiboot version, the VPD summary's
+// length limit), in process against the simulated adapter library.
 #include "FCPort_Discovery.h"
+#include "adapter_tree.h"
+#include "common_test.h"
 #include "fcport_list.h"
 #include "vtsim.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <string>
+#include <vector>
 
 namespace {
 
-class FCPortEntryTest : public ::testing::Test {
+// An FC adapter with a port without protocol list between two FC ports, and
+// a converged adapter whose FCoE function sits between NIC and iSCSI ones.
+const char* kHost = R"({"adapters": [
+  {"name": "VTFC000001", "kind": "fc", "ports": [
+    {"number": 0, "functions": [{"type": "fc", "fc": {"node_wwn": "20:00:00:1F:EE:00:00:0A",
+                                                      "port_wwn": "21:00:00:1F:EE:00:00:0A"}}]},
+    {"number": 1, "functions": null},
+    {"number": 2, "functions": [{"type": "fc", "fc": {"node_wwn": "20:00:00:1f:ee:00:00:0b",
+                                                      "port_wwn": "21:00:00:1f:ee:00:00:0b"}}]}]},
+  {"name": "VTCNA00002", "kind": "cna", "ports": [
+    {"number": 0, "functions": [{"type": "nic", "name": "vmnic7"},
+                                {"type": "fcoe", "fc": {"node_wwn": "20:00:00:1f:ee:00:00:0c",
+                                                        "port_wwn": "21:00:00:1f:ee:00:00:0c"}},
+                                {"type": "iscsi", "name": "vmhba40"}]}]},
+  {"name": "VTNIC00003", "kind": "nic", "ports": null}]})";
+
+class FCPortEntryTest : public CommonTest {
 protected:
     void SetUp() override
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "veltra-fcentry-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        root_ = pattern;
-        setenv("VELTRA_ROOT", root_.c_str(), 1);
+        CommonTest::SetUp();
         vtsim_reset();
     }
     void TearDown() override
@@ -31,8 +41,7 @@ protected:
         removeFCPortList();
         VTAPI_Uninitialize();
         vtsim_reset();
-        std::filesystem::remove_all(root_);
-        unsetenv("VELTRA_ROOT");
+        CommonTest::TearDown();
     }
 
     void build(const std::string& host)
@@ -53,7 +62,14 @@ protected:
         return none;
     }
 
-    std::string root_;
+    static std::vector<std::string> ids()
+    {
+        std::vector<std::string> out;
+        for (uint32_t i = 0; i < g_FCPortList.count; ++i)
+            out.push_back(std::string(g_FCPortList.entries[i].instanceID) + " " +
+                          std::to_string(g_FCPortList.entries[i].physicalPortNumber));
+        return out;
+    }
 };
 
 TEST_F(FCPortEntryTest, OperationalStatusFollowsThePortState)
@@ -64,31 +80,6 @@ TEST_F(FCPortEntryTest, OperationalStatusFollowsThePortState)
     const uint16_t expected[] = {2, 1, 6, 1};
     for (uint32_t port = 0; port < 4; ++port)
         EXPECT_EQ(entry("VTSTATE001", port).operationalStatus, expected[port]) << port;
-}
-
-TEST_F(FCPortEntryTest, OptionROMVersionsPerChipGroup)
-{
-    // The same option-ROM record on the oldest chips, a chip of types 6 and
-    // 7, and a newer chip; the BIOS text carries a control character.
-    const std::string optrom = R"("optrom": {"present": 7, "fw_major": 9, "fw_minor": 12, "fw_subminor": 1,
-        "efi_major": 7, "efi_minor": 34, "fcode_major": 4, "fcode_minor": 14, "fcode_subminor": 2,
-        "bios": " 3.64\u0001b"})";
-    build(R"({"adapters": [
-        {"name": "VTROM00005", "chip": "VT2010E", "ports": [{"functions": [{"fc": {)" + optrom + R"(}}]}]},
-        {"name": "VTROM00006", "chip": "VT2100", "ports": [{"functions": [{"fc": {)" + optrom + R"(}}]}]},
-        {"name": "VTROM00027", "chip": "Cobalt", "ports": [{"functions": [{"fc": {)" + optrom + R"(}},
-                                                            {"fc": {"optrom": {"present": 0, "bios": ""}}}]}]}]})");
-    auto versions = [](const FCPortEntry& e) {
-        return std::string(e.optionROMBIOSVersion) + "|" + e.optionROMFCodeVersion + "|" +
-               e.optionROMEFIVersion + "|" + e.optionROMFirmwareVersion;
-    };
-    EXPECT_EQ(versions(entry("VTROM00005")), "N/A|N/A|N/A|N/A");
-    EXPECT_EQ(versions(entry("VTROM00006")), "3.64b|4.14.02|7.34|9.12.01");
-    EXPECT_EQ(versions(entry("VTROM00027")), "3.64b|4.14|7.34|9.12.01");
-    // Nothing present: every version but the BIOS text is "N/A".
-    const FCPortEntry& bare = g_FCPortList.entries[3];
-    EXPECT_STREQ(bare.serialNumber, "VTROM00027");
-    EXPECT_EQ(versions(bare), "|N/A|N/A|N/A");
 }
 
 TEST_F(FCPortEntryTest, MultibootVersionFromTheVPDOfConvergedChips)
@@ -160,21 +151,57 @@ TEST_F(FCPortEntryTest, VPDSummaryStaysBelow2047Characters)
     EXPECT_EQ(strlen(summary), kFCPortVPDSize - 1);
 }
 
-TEST_F(FCPortEntryTest, HostIdentityIsTheAddressOrTheName)
+TEST_F(FCPortEntryTest, ListHoldsTheFCFunctionsInTreeOrder)
 {
-    std::filesystem::create_directories(root_ + "/proc/sys/kernel");
-    auto identity = [&](const char* name, int& type) {
-        std::ofstream(root_ + "/proc/sys/kernel/hostname") << name << "\n";
-        char buffer[kHostNameSize];
-        type = kHostNameUnset;
-        buildComputerSystem(buffer, &type);
-        return std::string(buffer);
-    };
-    int type = 0;
-    EXPECT_EQ(identity("localhost", type), "127.0.0.1");
-    EXPECT_EQ(type, kHostNameIPv4);
-    EXPECT_EQ(identity("veltra-unresolvable.invalid", type), "veltra-unresolvable.invalid");
-    EXPECT_EQ(type, kHostNameDNS);
+    build(kHost);
+    EXPECT_EQ(ids(), (std::vector<std::string>{
+                         "VTFC000001_20:00:00:1f:ee:00:00:0a_21:00:00:1f:ee:00:00:0a 0",
+                         "VTFC000001_20:00:00:1f:ee:00:00:0b_21:00:00:1f:ee:00:00:0b 2",
+                         "VTCNA00002_20:00:00:1f:ee:00:00:0c_21:00:00:1f:ee:00:00:0c 0"}));
+    for (uint32_t i = 0; i < g_FCPortList.count; ++i) {
+        EXPECT_EQ(g_FCPortList.entries[i].valid, 1);
+        EXPECT_NE(g_FCPortList.entries[i].device, nullptr);
+    }
+    EXPECT_STREQ(g_FCPortList.entries[2].serialNumber, "VTCNA00002");
+    EXPECT_STREQ(g_FCPortList.entries[2].portName, "21:00:00:1f:ee:00:00:0c");
+
+    // No adapter list: the previous list stays.
+    ASSERT_EQ(vtsim_fault("VTAPI_GetAdapterList", 0, 1), 0);
+    buildFCPortList();
+    EXPECT_EQ(g_FCPortList.count, 3u);
+
+    // A host without FC functions: an empty list without an array.
+    ASSERT_EQ(vtsim_load_host_json(R"({"adapters": [{"name": "VTNIC00009", "kind": "nic",
+        "ports": [{"functions": [{"type": "nic"}]}]}]})"), 0);
+    buildFCPortList();
+    EXPECT_EQ(g_FCPortList.count, 0u);
+    EXPECT_EQ(g_FCPortList.entries, nullptr);
+    removeFCPortList();
+    EXPECT_EQ(g_FCPortList.count, 0u);
+}
+
+TEST_F(FCPortEntryTest, LookupsCompareKeysWithoutRegardToCase)
+{
+    build(kHost);
+    vtapi_adapter_t* adapter = FindAdapter("vtcna00002");
+    ASSERT_NE(adapter, nullptr);
+    EXPECT_STREQ(adapter->name, "VTCNA00002");
+    EXPECT_EQ(FindAdapter("VTCNA0000"), nullptr);
+    EXPECT_EQ(FindAdapter(nullptr), nullptr);
+
+    vtapi_adapter_t* owner = nullptr;
+    vtapi_protocol_t* fn = FindFunctionByName("VMHBA40", &owner);
+    ASSERT_NE(fn, nullptr);
+    EXPECT_EQ(fn->protocol_type, static_cast<uint32_t>(VTAPI_PROTOCOL_ISCSI));
+    EXPECT_EQ(owner, adapter);
+    EXPECT_EQ(FindFunctionByName("vmnic99", nullptr), nullptr);
+
+    const std::string second = "VTFC000001_20:00:00:1F:EE:00:00:0B_21:00:00:1F:EE:00:00:0B";
+    EXPECT_EQ(FindFCPortIndex(second.c_str()), 1);
+    // An entry that is not valid is passed over.
+    g_FCPortList.entries[1].valid = 0;
+    EXPECT_EQ(FindFCPortIndex(second.c_str()), -1);
+    EXPECT_EQ(FindFCPortIndex("nothing"), -1);
 }
 
 } // namespace

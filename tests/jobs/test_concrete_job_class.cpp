@@ -2,7 +2,6 @@
 // build loaded into the in-process object manager (strict mode, checked
 // against the shipped class declaration).
 #include "broker.h"
-#include "class_repository.h"
 #include "job_hooks.h"
 #include "vtsim.h"
 
@@ -133,27 +132,6 @@ protected:
     std::string root_;
     std::unique_ptr<vcim::Broker> broker_;
 };
-
-TEST(ConcreteJobClassFile, DeclaresTheJobClass)
-{
-    vcim::ClassRepository repository;
-    std::string error;
-    ASSERT_TRUE(repository.loadFile(JOB_MOF_FILE, &error)) << error;
-    const vcim::ClassDecl* cls = repository.find(kClass);
-    ASSERT_NE(cls, nullptr);
-    EXPECT_EQ(cls->superclass, "");
-    EXPECT_TRUE(cls->methods.empty());
-    std::vector<std::string> declared;
-    for (const vcim::PropertyDecl& p : cls->properties)
-        declared.push_back(p.name + ":" + std::to_string(p.type) + (p.key ? ":key" : ""));
-    EXPECT_EQ(declared, (std::vector<std::string>{
-                            "InstanceID:" + std::to_string(CMPI_string) + ":key",
-                            "Name:" + std::to_string(CMPI_string),
-                            "JobState:" + std::to_string(CMPI_uint16),
-                            "TimeOfLastStateChange:" + std::to_string(CMPI_dateTime),
-                            "TimeBeforeRemoval:" + std::to_string(CMPI_dateTime),
-                        }));
-}
 
 TEST_F(ConcreteJobClassTest, EnumerationsPublishEveryJobInIdOrder)
 {

@@ -65,12 +65,6 @@ TEST_F(FlashJobTest, SlowUpdateRunsAsAJobThatEndsCompletedAndIsSaved)
     EXPECT_TRUE(logged("Performing Flash update FCFlashUpdateProc before VTAPI_doOptionROMUpdate pFCProtocol "
                        "PortWWN=21:00:00:1F:EE:27:C4:00"));
 
-    // The key is read as a number.
-    ASSERT_TRUE(getJob("000" + std::to_string(id), job).ok());
-    EXPECT_EQ(job["JobState"], "7");
-    EXPECT_EQ(getJob("abc", job).rc, CMPI_RC_ERR_NOT_FOUND);
-    EXPECT_EQ(getJob(std::to_string((id + 1) % 65535), job).rc, CMPI_RC_ERR_NOT_FOUND);
-
     // One asynchronous update per adapter and load, even after the first ended.
     const vcim::Status again = sendWhole(kFC, image, kAsync);
     EXPECT_EQ(again.rc, CMPI_RC_ERR_FAILED);
@@ -96,18 +90,6 @@ TEST_F(FlashJobTest, FailingUpdateEndsTheJobFailedWithTheLibraryCode)
     // Kept for a look (RemoveTempFlashFile is off).
     EXPECT_EQ(read(at("/var/tmp/vtflash") + std::to_string(id) + ".bin"), text(image));
     EXPECT_TRUE(flashed(kFC2).is_null());
-}
-
-TEST_F(FlashJobTest, WithoutThePreferenceFileTheJobRunsButIsNotSaved)
-{
-    start();
-    fs::remove(at(kPreferenceFile));
-    const auto image = pattern(40, 8);
-    const uint32_t id = startJob(kFC, image);
-    ASSERT_TRUE(waitForJobState(id, "7"));
-    EXPECT_EQ(flashed(kFC)["last_checksum"], checksum(image));
-    EXPECT_FALSE(fs::exists(at(kPreferenceFile))) << "the save creates no preference file";
-    EXPECT_EQ(read(at("/var/tmp/vltr_adapter_provider.config")), "");
 }
 
 TEST_F(FlashJobTest, NICAndISCSIJobsUseTheirWorkers)

@@ -145,14 +145,6 @@ protected:
         const Json::json_pointer at("/adapter/" + serial + "/flash");
         return state.contains(at) ? state[at] : Json();
     }
-    static std::vector<std::string> calls(const std::string& op)
-    {
-        std::vector<std::string> found;
-        for (const std::string& entry : vtsim_test::callLog())
-            if (entry.rfind(op + "(", 0) == 0)
-                found.push_back(entry);
-        return found;
-    }
     // Staging files of jobs ("vtflash<number>.bin") in /var/tmp, by name.
     std::map<std::string, std::string> stagedFiles() const
     {

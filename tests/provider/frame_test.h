@@ -164,6 +164,15 @@ protected:
         return -1;
     }
 
+    // The library's call log entries of one operation since the last clear.
+    static std::vector<std::string> calls(const std::string& op)
+    {
+        std::vector<std::string> found;
+        for (const std::string& entry : vtsim_test::callLog())
+            if (entry.rfind(op + "(", 0) == 0)
+                found.push_back(entry);
+        return found;
+    }
     static size_t threadCount()
     {
         size_t n = 0;

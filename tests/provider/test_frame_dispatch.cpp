@@ -297,3 +297,34 @@ TEST_F(FrameTest, PropertyListsFilterWhatHandlersReturn)
                                                   "setInstance VeltraFC_Port P1 W1",
                                                   "setInstance VeltraFC_Port P1 W1"}));
 }
+
+// Client data in log lines is never a format and is cut to the line buffer.
+TEST_F(FrameTest, DataIsNeverUsedAsAFormat)
+{
+    checkRequests_ = false;  // nameless and undeclared classes reach the provider
+    ASSERT_TRUE(load().ok());
+    install("Veltra_Server");
+    const std::string key = "%n%s%x%n";
+    vcim::Instance got;
+    const vcim::Status st = broker().getInstance(keyPath("Veltra_Server", key), nullptr, got);
+    EXPECT_EQ(st.rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_EQ(st.msg, key);
+    EXPECT_EQ(logCount("getInstance_FrameTest: Error no matching instance found, KeyValue=" + key + "!"), 1u);
+    EXPECT_EQ(logCount("Veltra_Adapter_Provider::getInstance caught exception status: 6 " + key), 1u);
+
+    vcim::MethodResult result;
+    EXPECT_TRUE(broker().invokeMethod(classPath("Zz%n_Undeclared"), "Go%n%s", {}, result).ok());
+    EXPECT_EQ(logCount("Veltra_Adapter_Provider invokeMethod: classname = Zz%n_Undeclared, MethodName=Go%n%s"), 1u);
+
+    // Longer messages are cut to the 512-byte buffer.
+    const std::string longKey(2000, 'k');
+    EXPECT_EQ(broker().getInstance(keyPath("Veltra_Server", longKey), nullptr, got).rc, CMPI_RC_ERR_NOT_FOUND);
+    const std::string prefix = "Veltra_Adapter_Provider::getInstance caught exception status: 6 kkk";
+    bool found = false;
+    for (const std::string& line : logMessages())
+        if (line.compare(0, prefix.size(), prefix) == 0) {
+            found = true;
+            EXPECT_EQ(line.size(), 511u);
+        }
+    EXPECT_TRUE(found);
+}

@@ -108,22 +108,6 @@ TEST_F(FrameTest, HostVersionDecidesWhetherTheProviderMayBeUnloaded)
     EXPECT_EQ(threadCount(), baselineThreads_);
 }
 
-TEST_F(FrameTest, ShippedLibraryLoadsAndServes)
-{
-    ASSERT_TRUE(load(PROVIDER_LIBRARY).ok());
-    EXPECT_EQ(broker().instanceMI()->hdl, broker().methodMI()->hdl);
-    // The host's computer system is deliberately not dispatched.
-    std::vector<vcim::Instance> instances;
-    EXPECT_TRUE(broker().enumInstances(classPath("VeltraNIC_ComputerSystem"), nullptr, instances).ok());
-    EXPECT_TRUE(instances.empty());
-    vcim::ObjectPath made;
-    const vcim::Status created = broker().createInstance(keyPath("Veltra_Server", "x"), vcim::Instance{}, made);
-    EXPECT_EQ(created.rc, CMPI_RC_ERR_NOT_SUPPORTED);
-    EXPECT_EQ(created.msg, "Veltra_Adapter_Provider cannot create");
-    EXPECT_TRUE(broker().unload(false).ok());
-    EXPECT_EQ(threadCount(), baselineThreads_);
-}
-
 TEST_F(FrameTest, RegistrationHasOneBlockPerDispatchedClass)
 {
     ASSERT_TRUE(load().ok());

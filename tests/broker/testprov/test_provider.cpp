@@ -4,7 +4,6 @@
 #include <strings.h>
 #include <sys/stat.h>
 
-#include <atomic>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
@@ -35,9 +34,6 @@
 
 namespace {
 
-std::atomic<int> g_liveObjects{0};
-std::atomic<int> g_initializeCalls{0};
-std::atomic<int> g_cleanupCalls{0};
 
 struct Element {
     std::string name;
@@ -232,7 +228,6 @@ class TestProvider : public CmpiInstanceMI, public CmpiMethodMI {
 public:
     TestProvider(const CmpiBroker& mb, const CmpiContext& ctx)
         : CmpiBaseMI(mb, ctx), CmpiInstanceMI(mb, ctx), CmpiMethodMI(mb, ctx) {
-        ++g_liveObjects;
         Element alpha;
         alpha.name = "alpha";
         alpha.count = 1;
@@ -253,28 +248,6 @@ public:
         elements_[beta.name] = beta;
         loadElements(elements_);
     }
-    ~TestProvider() override { --g_liveObjects; }
-
-    CmpiStatus initialize(const CmpiContext&) override {
-        ++g_initializeCalls;
-        return CmpiStatus(CMPI_RC_OK);
-    }
-
-    CmpiStatus cleanup(CmpiContext&) override {
-        ++g_cleanupCalls;
-        return CmpiStatus(CMPI_RC_OK);
-    }
-
-    // A refused unload leaves the provider untouched: the cleanup driver returns the
-    // thrown status before it drops a use.
-    int isUnloadable() const override {
-        if (refuseUnloads_ > 0) {
-            --refuseUnloads_;
-            throw CmpiStatus(CMPI_RC_DO_NOT_UNLOAD, "test provider refuses to unload");
-        }
-        return 1;
-    }
-
     CmpiStatus enumInstanceNames(const CmpiContext&, CmpiResult& rslt,
                                  const CmpiObjectPath& cop) override {
         std::string ns = nameSpaceOf(cop);
@@ -334,9 +307,6 @@ public:
         } else if (strcasecmp(method, "Raise") == 0) {
             CmpiData kind = in.getArg("Kind");
             raise(present(kind) ? text(kind) : "");
-        } else if (strcasecmp(method, "RefuseUnload") == 0) {
-            CmpiData times = in.getArg("Times");
-            refuseUnloads_ = present(times) ? static_cast<CMPIUint32>(times) : 1;
         } else {
             std::string msg = std::string("Test_Provider has no method ") + method;
             return CmpiStatus(CMPI_RC_ERR_METHOD_NOT_FOUND, msg.c_str());
@@ -510,19 +480,8 @@ private:
 
     std::mutex mutex_;
     std::map<std::string, Element> elements_;  // by lower-case name
-    mutable std::atomic<unsigned> refuseUnloads_{0};
 };
 
 CMProviderBase(Test_Provider);
 CMInstanceMIFactory(TestProvider, Test_Provider);
 CMMethodMIFactory(TestProvider, Test_Provider);
-
-// Probes for tests, which reach them with dlsym on the loaded library.
-extern "C" {
-__attribute__((visibility("default"))) int TestProvider_LiveObjects() { return g_liveObjects; }
-__attribute__((visibility("default"))) int TestProvider_InitializeCalls() { return g_initializeCalls; }
-__attribute__((visibility("default"))) int TestProvider_CleanupCalls() { return g_cleanupCalls; }
-__attribute__((visibility("default"))) int TestProvider_UseCount() {
-    return baseTest_Provider.getUseCount();
-}
-}
