@@ -28,7 +28,7 @@ const std::set<std::string> kNotBuiltYet = {
     "VeltraFC_Port_FCRDP_DiagTest", "VeltraFC_Port_CTCommand_Diag", "VeltraFC_Port_LinkStatus_DiagTest",
     "VeltraFC_Port_SCMStats", "VeltraFC_DPort_DiagTest", "VeltraiSCSI_Port_Ping_DiagTest",
     "VeltraNIC_EthernetPort_Ping_DiagTest", "VeltraNIC_EthernetPort_DiagTest", "VeltraiSCSI_Loopback_DiagTest",
-    "VeltraiSCSI_Port_Config", "VeltraNIC_EthernetPort_PhysicalFunction", "VeltraNIC_EthernetPort_VirtualFunction",
+    "VeltraNIC_EthernetPort_PhysicalFunction", "VeltraNIC_EthernetPort_VirtualFunction",
     "VeltraNIC_EthernetPort_VirtualPort",
 };
 
