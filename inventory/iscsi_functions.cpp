@@ -118,6 +118,11 @@ ISCSIFunction ResolveISCSIPath(const CmpiObjectPath& cop, const char* who, CmpiS
     std::string key;
     if (!ReadStringKey(cop, "InstanceID", who, key, failure))
         return ISCSIFunction{};
+    return ResolveISCSIKey(key, who, failure);
+}
+
+ISCSIFunction ResolveISCSIKey(const std::string& key, const char* who, CmpiStatus& failure)
+{
     const ISCSIFunction found = FindISCSIFunction(key.c_str());
     if (!found) {
         const std::string log = std::string(who) + ": Error: %s";

@@ -87,3 +87,5 @@ CmpiStatus ISCSIRequestFailure(int rc, const char* logFormat, const char* format
 // leaves its status in `failure`; a key that names no function gives "No
 // matching instance found, KeyValue=%s!" (status 6), logged "<who>: Error: %s".
 ISCSIFunction ResolveISCSIPath(const CmpiObjectPath& cop, const char* who, CmpiStatus& failure);
+// The same for a key already read.
+ISCSIFunction ResolveISCSIKey(const std::string& key, const char* who, CmpiStatus& failure);
