@@ -4,8 +4,12 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <exception>
+#include <filesystem>
+#include <fstream>
 #include <memory>
+#include <sstream>
 
 #include "cmpi_broker.h"
 
@@ -80,6 +84,68 @@ bool has(MI* mi) {
     return mi && mi->ft;
 }
 
+std::string trimmed(const std::string& s) {
+    size_t b = s.find_first_not_of(" \t\r");
+    size_t e = s.find_last_not_of(" \t\r");
+    return b == std::string::npos ? std::string() : s.substr(b, e - b + 1);
+}
+
+// The namespaces that the sfcb registration files (*.reg: "[Class]" stanzas of
+// "name: value" lines) in dir name for provider, in order of appearance.
+std::vector<std::string> registeredNamespaces(const std::string& dir, const std::string& provider) {
+    namespace fs = std::filesystem;
+    std::vector<std::string> files, out;
+    std::error_code ec;
+    for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec))
+        if (it->path().extension() == ".reg") files.push_back(it->path().string());
+    std::sort(files.begin(), files.end());
+    for (const std::string& f : files) {
+        std::ifstream in(f);
+        std::string line, who;
+        std::vector<std::string> spaces;
+        auto endStanza = [&] {
+            if (who == provider)
+                for (const std::string& ns : spaces)
+                    if (std::none_of(out.begin(), out.end(), [&](const std::string& o) { return equalsIgnoreCase(o, ns); }))
+                        out.push_back(ns);
+            who.clear();
+            spaces.clear();
+        };
+        while (std::getline(in, line)) {
+            line = trimmed(line);
+            if (line.empty() || line[0] == '#') continue;
+            if (line[0] == '[') {
+                endStanza();
+                continue;
+            }
+            size_t colon = line.find(':');
+            if (colon == std::string::npos) continue;
+            std::string name = trimmed(line.substr(0, colon)), value = line.substr(colon + 1);
+            if (equalsIgnoreCase(name, "provider")) who = trimmed(value);
+            if (equalsIgnoreCase(name, "namespace")) {
+                std::istringstream words(value);  // several namespaces, blank-separated
+                for (std::string ns; words >> ns;) spaces.push_back(ns);
+            }
+        }
+        endStanza();
+    }
+    return out;
+}
+
+// Key values compare by kind: any integer width stands for any other.
+const char* kindOf(CMPIType t) {
+    t = normalizeType(t);
+    if (t & CMPI_ARRAY) return "array";
+    if (t == CMPI_string) return "string";
+    if (t == CMPI_boolean) return "boolean";
+    if (t == CMPI_char16) return "char16";
+    if (t == CMPI_dateTime) return "datetime";
+    if (t == CMPI_ref) return "reference";
+    if (t == CMPI_real32 || t == CMPI_real64) return "real";
+    if ((t & 0xFF00) == 0 && (t & CMPI_UINT)) return "integer";  // uint8..sint64
+    return "other";
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------------------
@@ -132,6 +198,9 @@ Status Broker::Impl::load() {
         repo = std::move(fresh);
     }
     repoLoaded = true;
+    namespaces = opt.namespaces;
+    if (namespaces.empty() && !opt.mofDir.empty()) namespaces = registeredNamespaces(opt.mofDir, opt.providerName);
+    if (namespaces.empty()) namespaces.push_back(opt.nameSpace);
 
     void* h = dlopen(opt.providerLibrary.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!h) {
@@ -225,8 +294,29 @@ Status Broker::Impl::unload(bool terminating) {
 // Impl: requests
 // ---------------------------------------------------------------------------------------
 
+Status Broker::Impl::admit(const ObjectPath& op) const {
+    if (!opt.checkRequests || opt.mofDir.empty()) return Status{};
+    const std::string& ns = op.nameSpace.empty() ? opt.nameSpace : op.nameSpace;
+    if (std::none_of(namespaces.begin(), namespaces.end(),
+                     [&](const std::string& n) { return equalsIgnoreCase(n, ns); }))
+        return Status{CMPI_RC_ERR_INVALID_NAMESPACE,
+                      "provider " + opt.providerName + " is not registered for namespace " + ns};
+    const ClassDecl* cls = repo.find(op.className);
+    if (!cls) return Status{CMPI_RC_ERR_INVALID_CLASS, "no class " + op.className + " in namespace " + ns};
+    for (const Property& k : op.keys) {
+        const PropertyDecl* p = repo.findProperty(cls->name, k.name);
+        if (!p || !p->key)
+            return Status{CMPI_RC_ERR_INVALID_PARAMETER, k.name + " is not a key of class " + cls->name};
+        if (!k.value.null && std::string(kindOf(k.value.type)) != kindOf(p->type))
+            return Status{CMPI_RC_ERR_INVALID_PARAMETER, "key " + cls->name + "." + p->name + " is of type " +
+                                                             kindOf(p->type) + ", not " + kindOf(k.value.type)};
+    }
+    return Status{};
+}
+
 Status Broker::Impl::enumInstanceNames(const ObjectPath& cp, std::vector<ObjectPath>& out) {
     out.clear();
+    if (Status refused = admit(cp); !refused.ok()) return refused;
     if (!has(instMI) || !instMI->ft->enumerateInstanceNames) return notSupported("no instance provider");
     Request r(*this);
     CMPIObjectPath* op = r.path(*this, cp);
@@ -239,6 +329,7 @@ Status Broker::Impl::enumInstanceNames(const ObjectPath& cp, std::vector<ObjectP
 Status Broker::Impl::enumInstances(const ObjectPath& cp, const PropertyList* props,
                                    std::vector<Instance>& out) {
     out.clear();
+    if (Status refused = admit(cp); !refused.ok()) return refused;
     if (!has(instMI) || !instMI->ft->enumerateInstances) return notSupported("no instance provider");
     Request r(*this);
     CMPIObjectPath* op = r.path(*this, cp);
@@ -250,6 +341,7 @@ Status Broker::Impl::enumInstances(const ObjectPath& cp, const PropertyList* pro
 }
 
 Status Broker::Impl::getInstance(const ObjectPath& path, const PropertyList* props, Instance& out) {
+    if (Status refused = admit(path); !refused.ok()) return refused;
     if (!has(instMI) || !instMI->ft->getInstance) return notSupported("no instance provider");
     Request r(*this);
     CMPIObjectPath* op = r.path(*this, path);
@@ -263,6 +355,7 @@ Status Broker::Impl::getInstance(const ObjectPath& path, const PropertyList* pro
 }
 
 Status Broker::Impl::modifyInstance(const ObjectPath& path, const Instance& inst, const PropertyList* props) {
+    if (Status refused = admit(path); !refused.ok()) return refused;
     if (!has(instMI) || !instMI->ft->modifyInstance) return notSupported("no instance provider");
     Request r(*this);
     CMPIObjectPath* op = r.path(*this, path);
@@ -275,6 +368,7 @@ Status Broker::Impl::modifyInstance(const ObjectPath& path, const Instance& inst
 }
 
 Status Broker::Impl::createInstance(const ObjectPath& path, const Instance& inst, ObjectPath& out) {
+    if (Status refused = admit(path); !refused.ok()) return refused;
     if (!has(instMI) || !instMI->ft->createInstance) return notSupported("no instance provider");
     Request r(*this);
     CMPIObjectPath* op = r.path(*this, path);
@@ -287,6 +381,7 @@ Status Broker::Impl::createInstance(const ObjectPath& path, const Instance& inst
 }
 
 Status Broker::Impl::deleteInstance(const ObjectPath& path) {
+    if (Status refused = admit(path); !refused.ok()) return refused;
     if (!has(instMI) || !instMI->ft->deleteInstance) return notSupported("no instance provider");
     Request r(*this);
     CMPIObjectPath* op = r.path(*this, path);
@@ -331,6 +426,7 @@ Status Broker::Impl::typeArguments(const ObjectPath& op, const std::string& meth
 Status Broker::Impl::invokeMethod(const ObjectPath& path, const std::string& method,
                                   const std::vector<Property>& in, MethodResult& out) {
     out = MethodResult{};
+    if (Status refused = admit(path); !refused.ok()) return refused;
     if (!has(methodMI) || !methodMI->ft->invokeMethod) return notSupported("no method provider");
     std::vector<Property> args;
     Status s = typeArguments(path, method, in, args);
@@ -350,6 +446,7 @@ Status Broker::Impl::invokeMethod(const ObjectPath& path, const std::string& met
 
 Status Broker::Impl::associatorNames(const ObjectPath& path, std::vector<ObjectPath>& out) {
     out.clear();
+    if (Status refused = admit(path); !refused.ok()) return refused;
     if (!has(assocMI) || !assocMI->ft->associatorNames) return notSupported("no association provider");
     Request r(*this);
     CMPIObjectPath* op = r.path(*this, path);
@@ -362,6 +459,7 @@ Status Broker::Impl::associatorNames(const ObjectPath& path, std::vector<ObjectP
 
 Status Broker::Impl::referenceNames(const ObjectPath& path, std::vector<ObjectPath>& out) {
     out.clear();
+    if (Status refused = admit(path); !refused.ok()) return refused;
     if (!has(assocMI) || !assocMI->ft->referenceNames) return notSupported("no association provider");
     Request r(*this);
     CMPIObjectPath* op = r.path(*this, path);
@@ -628,6 +726,11 @@ const ClassRepository& Broker::classes() const {
 }
 const BrokerOptions& Broker::options() const {
     return impl_->opt;
+}
+
+std::vector<std::string> Broker::namespaces() const {
+    std::shared_lock<std::shared_mutex> lock(impl_->life);
+    return impl_->namespaces;
 }
 
 namespace {

@@ -18,6 +18,15 @@ struct BrokerOptions {
     std::string mofDir;                               // class declarations (*.mof)
     std::string nameSpace = "veltra/cimv2";
     bool strict = true;  // check returned instances and paths against their classes
+    // Refuse, as an object manager does before a provider sees them, requests for a class
+    // the MOF directory does not declare (INVALID_CLASS), a namespace the provider is not
+    // registered for (INVALID_NAMESPACE), and keys the class does not declare as keys or
+    // of another type (INVALID_PARAMETER). Needs mofDir. Tests that drive a provider with
+    // classes it is not declared for turn it off.
+    bool checkRequests = true;
+    // Namespaces the provider is registered for. Empty: those that the sfcb registration
+    // files (*.reg) in mofDir name for providerName, or nameSpace alone when none does.
+    std::vector<std::string> namespaces;
 };
 
 struct MethodResult {
@@ -46,6 +55,8 @@ public:
 
     const ClassRepository& classes() const;
     const BrokerOptions& options() const;
+    // The namespaces requests are accepted for (known once loaded).
+    std::vector<std::string> namespaces() const;
 
     // Requests; each may be called from several threads at once. A null property list
     // means all properties. op's namespace defaults to the broker's.

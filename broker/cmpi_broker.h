@@ -18,6 +18,7 @@ struct Broker::Impl {
     BrokerOptions opt;
     ClassRepository repo;
     bool repoLoaded = false;
+    std::vector<std::string> namespaces;  // the provider is registered for (set by load)
     CMPIBroker cmpi{};  // hdl points back here
 
     // Requests hold it shared, load and unload exclusively. Up-calls from the provider do
@@ -49,6 +50,10 @@ struct Broker::Impl {
                         MethodResult& out);
     Status associatorNames(const ObjectPath& op, std::vector<ObjectPath>& out);
     Status referenceNames(const ObjectPath& op, std::vector<ObjectPath>& out);
+
+    // What an object manager refuses before the provider sees a request on op (see
+    // BrokerOptions::checkRequests); OK when it may go on.
+    Status admit(const ObjectPath& op) const;
 
     // A context as the object manager stamps one; untracked ones must be released.
     CMPIContext* newRequestContext(const std::string& principal = "root", bool tracked = false) const;

@@ -8,10 +8,13 @@
 #include <string>
 
 #include "broker.h"
+#include "cli/dump.h"
 #include "cli/flash.h"
 #include "cli/options.h"
 #include "cli/output.h"
+#include "cli/stderr_redirect.h"
 #include "cli/typing.h"
+#include "root_path.h"
 
 #ifndef VELTRA_SOURCE_DIR
 #define VELTRA_SOURCE_DIR "."
@@ -34,6 +37,8 @@ const char kDefaultMofDir[] = VELTRA_SOURCE_DIR "/mof";
 struct Session {
     const Options& opt;
     std::ostream& out;
+    std::ostream& err;  // the real standard error
+    bool errIsTerminal;
     std::unique_ptr<Broker> broker;  // loaded for verbs that talk to the provider
     ClassRepository ownClasses;      // for verbs that only read class declarations
 
@@ -173,7 +178,27 @@ Status runFlash(Session& s) {
     request.option = s.opt.flashOption;
     request.pieceSize = s.opt.pieceSize;
     request.json = s.opt.json;
-    return RunFlash(*s.broker, request, FlashOutput{s.out, std::cerr, isatty(STDERR_FILENO) != 0});
+    return RunFlash(*s.broker, request, FlashOutput{s.out, s.err, s.errIsTerminal});
+}
+
+Status runDump(Session& s) {
+    DumpRequest request;
+    request.function = s.opt.args[0];
+    request.file = s.opt.args[1];
+    if (s.opt.args.size() > 2) {
+        const std::string& mode = s.opt.args[2];
+        size_t used = 0;
+        unsigned long value = 0;
+        try {
+            value = std::stoul(mode, &used, 10);
+        } catch (...) {
+            used = 0;
+        }
+        if (mode.empty() || used != mode.size() || mode[0] == '-' || value > 0xFFFFFFFFul)
+            return Status{CMPI_RC_ERR_INVALID_PARAMETER, "PHANTOM-MODE must be a uint32 number"};
+        request.phantom = static_cast<uint32_t>(value);
+    }
+    return RunDump(*s.broker, request, s.out);
 }
 
 const Verb kVerbs[] = {
@@ -198,6 +223,10 @@ const Verb kVerbs[] = {
      "send a firmware image to an adapter in pieces (default 1 MiB); --async watches the job "
      "until it ends, --option sets the update option",
      "veltra-cim flash VT27C40118 fw.bin --async", 2, 2, true, runFlash},
+    {"dump", "IFNAME FILE [PHANTOM-MODE]",
+     "collect a firmware dump of an Ethernet function (with PHANTOM-MODE a phantom core dump) and "
+     "download it into FILE",
+     "veltra-cim dump vmnic4 vmnic4.dump", 2, 3, true, runDump},
 };
 
 const Verb* findVerb(const std::string& name) {
@@ -226,6 +255,8 @@ void printHelp(std::ostream& os) {
           "  -p, --props A,B    property list for ei and gi\n"
           "  --json             print results as JSON\n"
           "  --no-strict        do not check returned instances against their classes\n"
+          "  -v, --verbose      show the provider's own standard-error lines (without -v\n"
+          "                     they go to $VELTRA_ROOT" << kProviderStderrFile << ")\n"
           "  --async, --option, --piece-size BYTES\n"
           "                     flash: asynchronous update, update option, piece size\n"
           "  -h, --help         this text\n"
@@ -238,8 +269,8 @@ int usageError(const std::string& msg) {
     return kExitUsage;
 }
 
-int fail(const Status& st) {
-    std::cerr << statusText(st) << '\n';
+int fail(std::ostream& err, const Status& st) {
+    err << statusText(st) << '\n';
     return kExitFailed;
 }
 
@@ -284,10 +315,13 @@ int run(int argc, const char* const* argv) {
     if (opt.args.size() < verb->minArgs || opt.args.size() > verb->maxArgs)
         return usageError(std::string("usage: veltra-cim ") + verb->name + " " + verb->operands);
 
-    Session s{opt, std::cout, nullptr, {}};
+    // Declared first so that it outlives the provider (unloaded with the session).
+    StderrRedirect redirect(verb->needsProvider && !opt.verbose, RootPath(kProviderStderrFile));
+    Session s{opt, std::cout, redirect.err(), isatty(redirect.errFd()) != 0, nullptr, {}};
     Status st = openSession(s, *verb);
     if (st.ok()) st = verb->run(s);
-    if (!st.ok()) return fail(st);
+    s.out.flush();
+    if (!st.ok()) return fail(s.err, st);
     return 0;
 }
 

@@ -3,6 +3,7 @@
 #include "fuzz_support.h"
 #include "preference_file.h"
 
+#include <cstdlib>
 #include <cstring>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)

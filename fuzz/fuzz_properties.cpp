@@ -2,6 +2,7 @@
 #include "fuzz_support.h"
 #include "veltra_nic_properties.h"
 
+#include <cstdlib>
 #include <cstring>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)

@@ -2,6 +2,7 @@
 // buffer: every text it fills stays terminated within its buffer.
 #include "FCPort_Discovery.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 

@@ -38,6 +38,7 @@ const FlagOption kFlagOptions[] = {
     {"--json", nullptr, [](Options& o) { o.json = true; }},
     {"--no-strict", nullptr, [](Options& o) { o.strict = false; }},
     {"--help", "-h", [](Options& o) { o.help = true; }},
+    {"--verbose", "-v", [](Options& o) { o.verbose = true; }},
     {"--async", nullptr, [](Options& o) { o.flashAsync = true; }},
     {"--option", nullptr, [](Options& o) { o.flashOption = true; }},
 };

@@ -18,6 +18,7 @@ struct Options {
     bool json = false;
     bool strict = true;
     bool help = false;
+    bool verbose = false;      // -v: the provider's standard error stays on the terminal
     // flash verb
     bool flashAsync = false;      // --async
     bool flashOption = false;     // --option

@@ -176,7 +176,8 @@ TEST_F(BrokerObjects, ArraysEnumerationsAndTypeChecks) {
 
     // Enumerations from an up-call: hasNext/getNext, then NOT_FOUND; toArray keeps all.
     CMPIContext* ctx = broker.newContext();
-    CMPIEnumeration* en = mb->bft->enumerateInstanceNames(mb, ctx, itemPath(mb, "a"), &rc);
+    CMPIObjectPath* items = mb->eft->newObjectPath(mb, "veltra/cimv2", "Fix_Item", nullptr);
+    CMPIEnumeration* en = mb->bft->enumerateInstanceNames(mb, ctx, items, &rc);
     ASSERT_EQ(rc.rc, CMPI_RC_OK);
     int n = 0;
     for (; en->ft->hasNext(en, nullptr); ++n) EXPECT_EQ(en->ft->getNext(en, nullptr).type, CMPI_ref);

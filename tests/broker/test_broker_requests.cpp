@@ -221,3 +221,32 @@ TEST_F(BrokerRequests, ConcurrentRequestsFromSeveralThreads) {
 }
 
 }  // namespace
+
+// The object manager's own refusals: key types by kind, the registered namespaces, and
+// the switch that lets a test hand the provider classes it is not declared for.
+TEST(BrokerChecks, KeysNamespacesAndTheSwitch) {
+    BrokerOptions o = fixture::options("full");
+    o.namespaces = {"test/one", "Test/Two"};
+    Broker b(o);
+    ASSERT_TRUE(b.load().ok());
+    EXPECT_EQ(b.namespaces(), (std::vector<std::string>{"test/one", "Test/Two"}));
+    Instance got;
+    ObjectPath p = path("Fix_Item", "a");
+    EXPECT_EQ(b.getInstance(p, nullptr, got).rc, CMPI_RC_ERR_INVALID_NAMESPACE);  // veltra/cimv2
+    p.nameSpace = "test/two";
+    EXPECT_TRUE(b.getInstance(p, nullptr, got).ok());
+    p.keys[0].value = Value::uint(CMPI_uint32, 7);
+    Status st = b.getInstance(p, nullptr, got);
+    EXPECT_EQ(st.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(st.msg, "key Fix_Item.Id is of type string, not integer");
+    p.keys[0].value = Value::nullOf(CMPI_string);
+    p.setKey("Count", Value::uint(CMPI_uint32, 1));  // declared, but not a key
+    EXPECT_EQ(b.getInstance(p, nullptr, got).msg, "Count is not a key of class Fix_Item");
+
+    o = fixture::options("full");
+    o.checkRequests = false;
+    Broker raw(o);
+    ASSERT_TRUE(raw.load().ok());
+    std::vector<ObjectPath> paths;
+    EXPECT_NE(raw.enumInstanceNames(path("No_Such"), paths).rc, CMPI_RC_ERR_INVALID_CLASS);
+}

@@ -5,6 +5,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -108,7 +110,7 @@ TEST_F(Cli, HelpDocumentsEveryVerb) {
 TEST_F(Cli, ReadVerbsPrintOneBlockPerInstance) {
     Result r = run({"ecn"});
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "Test_Bad\nTest_Element\nTest_Thread\n");
+    EXPECT_EQ(r.out, "Test_Bad\nTest_Element\nTest_Numbered\nTest_Thread\n");
 
     r = run({"ein", "Test_Element"});
     EXPECT_EQ(r.status, 0) << r.err;
@@ -156,7 +158,7 @@ TEST_F(Cli, JsonOutputParses) {
 
     r = run({"--json", "ecn"});
     ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(json::parse(r.out), json({"Test_Bad", "Test_Element", "Test_Thread"}));
+    EXPECT_EQ(json::parse(r.out), json({"Test_Bad", "Test_Element", "Test_Numbered", "Test_Thread"}));
     r = run({"--json", "ein", "Test_Thread"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(json::parse(r.out), json({"veltra/cimv2:Test_Thread.Name=\"worker\""}));
@@ -241,6 +243,65 @@ TEST_F(Cli, FailuresExitNonZeroWithTheCodeName) {
     r = run({"--provider", root_.path() + "/libNothing.so", "ei", "Test_Element"});
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.err.rfind("CMPI_RC_", 0), 0u) << r.err;
+}
+
+// What an object manager refuses never reaches the provider: unknown classes, namespaces
+// the provider is not registered for (tests/broker/testprov/Test_Provider.reg), keys the
+// class does not declare as keys or of another type.
+TEST_F(Cli, RefusedBeforeTheProviderWithTheCodeName) {
+    struct Case {
+        std::vector<std::string> args;
+        const char* code;
+    } cases[] = {
+        {{"ei", "NoSuchClass"}, "CMPI_RC_ERR_INVALID_CLASS: "},
+        {{"ein", "NoSuchClass"}, "CMPI_RC_ERR_INVALID_CLASS: "},
+        {{"gi", "NoSuchClass.Name=\"alpha\""}, "CMPI_RC_ERR_INVALID_CLASS: "},
+        {{"cm", "NoSuchClass", "Echo"}, "CMPI_RC_ERR_INVALID_CLASS: "},
+        {{"-n", "root/other", "ei", "Test_Element"}, "CMPI_RC_ERR_INVALID_NAMESPACE: "},
+        {{"gi", "root/other:Test_Element.Name=\"alpha\""}, "CMPI_RC_ERR_INVALID_NAMESPACE: "},
+        {{"gi", "Test_Element.Colour=\"red\""}, "CMPI_RC_ERR_INVALID_PARAMETER: "},
+        {{"gi", "Test_Element.Count=1"}, "CMPI_RC_ERR_INVALID_PARAMETER: "},  // declared, not a key
+        {{"gi", "Test_Numbered.Id=one"}, "CMPI_RC_ERR_INVALID_PARAMETER: "},
+        {{"cm", "Test_Element.Name=\"alpha\",Extra=\"x\"", "Echo"}, "CMPI_RC_ERR_INVALID_PARAMETER: "},
+    };
+    for (const Case& c : cases) {
+        Result r = run(c.args);
+        EXPECT_EQ(r.status, 1) << c.args.back();
+        EXPECT_EQ(r.out, "") << c.args.back();
+        EXPECT_EQ(r.err.rfind(c.code, 0), 0u) << c.args.back() << ": " << r.err;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    }
+    // The namespaces registered are served.
+    EXPECT_EQ(run({"-n", "ROOT/TEST", "ein", "Test_Element"}).status, 0);
+}
+
+// The shipped provider prints its properties reload line on standard error for an object
+// manager to collect; veltra-cim shows it only with -v and otherwise keeps it in a file
+// below the root prefix, while its own messages still reach standard error.
+TEST_F(Cli, ProviderStandardErrorOnlyWithVerbose) {
+    const std::string provider = VELTRA_BINARY_DIR "/provider/libVeltra_Adapter_Provider.so.1";
+    if (!std::filesystem::exists(provider)) GTEST_SKIP() << "no provider build at " << provider;
+    std::filesystem::create_directories(root_.path() + "/var/log");
+    const std::string kept = root_.path() + "/var/log/veltra-cim.stderr";
+    const char kReload[] = "Veltra_NIC_Properties::reload";
+
+    Result quiet = run({"ein", "Veltra_Server"}, false);
+    EXPECT_EQ(quiet.status, 0) << quiet.err;
+    EXPECT_EQ(quiet.err, "");
+    EXPECT_NE(slurp(kept).find(kReload), std::string::npos) << slurp(kept);
+
+    Result refused = run({"ei", "NoSuchClass"}, false);
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.err.rfind("CMPI_RC_ERR_INVALID_CLASS: ", 0), 0u) << refused.err;
+    EXPECT_EQ(refused.err.find(kReload), std::string::npos) << refused.err;
+    // Registered for veltra/cimv2 alone (mof/Veltra_Adapter_Provider.reg).
+    Result elsewhere = run({"-n", "root/cimv2", "ein", "Veltra_Server"}, false);
+    EXPECT_EQ(elsewhere.err.rfind("CMPI_RC_ERR_INVALID_NAMESPACE: ", 0), 0u) << elsewhere.err;
+
+    Result verbose = run({"-v", "ein", "Veltra_Server"}, false);
+    EXPECT_EQ(verbose.status, 0) << verbose.err;
+    EXPECT_NE(verbose.err.find(kReload), std::string::npos) << verbose.err;
+    EXPECT_EQ(verbose.out, quiet.out);
 }
 
 }  // namespace

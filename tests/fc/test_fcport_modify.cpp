@@ -262,6 +262,7 @@ TEST_F(FCPortModifyTest, ChipOptionsOnlyOnTheirChips)
 
 TEST_F(FCPortModifyTest, KeysAndValuesThatDoNotFit)
 {
+    checkRequests_ = false;  // a mistyped key reaches the provider
     startHost(true);
     const vcim::Status unknown = set("VTNONE_x_y", {sint32("FrameSize", 1024)});
     EXPECT_EQ(unknown.rc, CMPI_RC_ERR_NOT_FOUND);

@@ -28,8 +28,12 @@ protected:
     std::string timed(const std::string& what, const std::function<vcim::Status()>& request,
                       bool mustSucceed = false)
     {
+        const auto start = std::chrono::steady_clock::now();
         const vcim::Status st = runner_.run(what, request);
         ++sent_;
+        const std::string phase = what.substr(0, what.find(' '));
+        spent_[phase == "load" || phase == "unload" ? phase : "requests"] +=
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         if (mustSucceed) {
             EXPECT_TRUE(st.ok()) << what << ": " << st.codeName() << " " << st.msg;
         }
@@ -82,6 +86,7 @@ protected:
     std::vector<ClassInfo> classes_;
     std::vector<harness::Request> requests_;
     size_t sent_ = 0;
+    std::map<std::string, double> spent_;  // seconds in loads, unloads and other requests
 };
 
 TEST_F(FaultSweep, EveryOperationFailingAlwaysAndOnce)
@@ -121,6 +126,8 @@ TEST_F(FaultSweep, EveryOperationFailingAlwaysAndOnce)
 
     printf("fault sweep: %zu classes, %zu instances, %zu operations (%zu reached), %zu requests\n",
            classes_.size(), instances, ops.size(), reached.size(), sent_);
+    for (const auto& [phase, seconds] : spent_)
+        printf("fault sweep: %.1f s in %s\n", seconds, phase.c_str());
 }
 
 }  // namespace

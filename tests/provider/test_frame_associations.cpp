@@ -8,6 +8,7 @@
 
 TEST_F(FrameTest, AssociationsAnswerNothing)
 {
+    checkRequests_ = false;  // nameless and undeclared classes reach the provider
     ASSERT_TRUE(load().ok());
     std::vector<vcim::ObjectPath> paths;
     ASSERT_TRUE(broker().associatorNames(keyPath("Veltra_Server", "s"), paths).ok());

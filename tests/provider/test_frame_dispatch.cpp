@@ -158,6 +158,7 @@ TEST_F(FrameTest, EachRequestKindTestsTheRowsInItsOwnOrder)
 
 TEST_F(FrameTest, RefusedOperationsAnswerWithTheirStatuses)
 {
+    checkRequests_ = false;  // nameless and undeclared classes reach the provider
     ASSERT_TRUE(load().ok());
     install(nullptr);
     const vcim::ObjectPath server = keyPath("Veltra_Server", "s");

@@ -10,7 +10,8 @@
 //   dcbx/groups [8], dcbx_params_size, stats/<counter>.
 // Behaviour: VTAPI_NicGetFirmwareDump and VTAPI_NicGetPhantomCoreDump take
 // "dump_size" / "dump_hex" (see ops_common.cpp); VTAPI_RefreshEthernetStats
-// takes "step" (added to the packet counters on each refresh).
+// takes "step" (added to the packet counters on each refresh);
+// VTAPI_RefreshLinkProps takes "flap" and "error_step" (link data that moves).
 #include "ops_common.h"
 #include "records.h"
 
@@ -226,6 +227,19 @@ VTAPI_STATUS VTAPI_RefreshLinkProps(vtapi_adapter_t* adapter) {
     auto g = lock();
     FnRef r = adapterOf(adapter);
     if (!r) return VTAPI_STATUS_NOT_FOUND;
+    // Live link data: "flap" toggles each NIC function's link state on every
+    // refresh; "error_step" is added to its receive and transmit errors.
+    const json& b = behaviour("VTAPI_RefreshLinkProps");
+    const bool flap = num<uint32_t>(b, "flap", 0) != 0;
+    const uint64_t errorStep = num<uint64_t>(b, "error_step", 0);
+    for (Port& port : r.a->ports)
+        for (Function& fn : port.functions) {
+            if (fn.type != kNIC) continue;
+            json& nic = section(fn.data, "nic");
+            if (flap) nic["link_state"] = num<uint32_t>(nic, "link_state", 1) == 1 ? 0u : 1u;
+            for (const char* k : {"rx_errors", "tx_errors"})
+                if (errorStep) nic[k] = num<uint64_t>(nic, k, 0) + errorStep;
+        }
     refreshRecords(FnRef{r.host, r.a});
     return VTAPI_STATUS_OK;
 }

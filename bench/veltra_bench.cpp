@@ -1,0 +1,283 @@
+// Benchmarks of the provider through the in-process object manager, each
+// against a floor measured in the same run:
+//  - enumerating every class the class definitions declare, against the null
+//    provider serving the very same instances from memory;
+//  - uploading a 16 MiB firmware image in 1 MiB pieces, against a plain
+//    memcpy and write of the same bytes;
+//  - how long an inventory refresh holds provider_lock beyond the adapter
+//    library's own time, per 64 FC functions;
+//  - the CPU the idle polling thread uses.
+// Prints one table and writes the figures as JSON.
+#include "broker.h"
+#include "vtapi.h"
+
+#include <nlohmann/json.hpp>
+
+#include <dlfcn.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+using Clock = std::chrono::steady_clock;
+using json = nlohmann::json;
+
+namespace {
+
+struct Options {
+    std::string provider, nullProvider, mofDir, root, out;
+    double idleSeconds = 10;
+};
+
+double seconds(Clock::duration d) { return std::chrono::duration<double>(d).count(); }
+
+// The fastest of a few runs (at least `minRuns`, until about `budget` seconds).
+double fastest(const std::function<void()>& run, int minRuns = 3, double budget = 1.0)
+{
+    double best = 1e30, total = 0;
+    for (int i = 0; i < 50 && (i < minRuns || total < budget); ++i) {
+        const auto start = Clock::now();
+        run();
+        const double t = seconds(Clock::now() - start);
+        best = std::min(best, t);
+        total += t;
+    }
+    return best;
+}
+
+long maxRssKiB()
+{
+    rusage u{};
+    getrusage(RUSAGE_SELF, &u);
+    return u.ru_maxrss;
+}
+
+double cpuSeconds()
+{
+    rusage u{};
+    getrusage(RUSAGE_SELF, &u);
+    return u.ru_utime.tv_sec + u.ru_stime.tv_sec + (u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
+}
+
+vcim::ObjectPath classPath(const std::string& cls)
+{
+    vcim::ObjectPath p;
+    p.className = cls;
+    return p;
+}
+
+void check(const vcim::Status& st, const std::string& what)
+{
+    if (!st.ok()) {
+        fprintf(stderr, "veltra-bench: %s: %d %s\n", what.c_str(), st.rc, st.msg.c_str());
+        exit(1);
+    }
+}
+
+json enumerations(vcim::Broker& real, vcim::Broker& null, void (*serve)(const std::vector<vcim::Instance>*))
+{
+    json rows = json::array();
+    std::vector<std::string> classes;
+    for (const auto& c : real.classes().classNames())
+        classes.push_back(c);
+    for (const std::string& cls : classes) {
+        std::vector<vcim::Instance> recorded;
+        const long rssBefore = maxRssKiB();
+        if (!real.enumInstances(classPath(cls), nullptr, recorded).ok())
+            continue;
+        const double provider = fastest([&] {
+            std::vector<vcim::Instance> out;
+            real.enumInstances(classPath(cls), nullptr, out);
+        });
+        serve(&recorded);
+        const double floor = fastest([&] {
+            std::vector<vcim::Instance> out;
+            null.enumInstances(classPath(cls), nullptr, out);
+        });
+        serve(nullptr);
+        const size_t n = recorded.size();
+        rows.push_back({{"class", cls},
+                        {"instances", n},
+                        {"provider_s", provider},
+                        {"null_s", floor},
+                        {"ratio", floor > 0 ? provider / floor : 0},
+                        {"per_instance_us", n ? provider * 1e6 / n : 0},
+                        {"peak_rss_growth_kib", maxRssKiB() - rssBefore}});
+    }
+    return rows;
+}
+
+json firmwareUpload(vcim::Broker& real, const std::string& root)
+{
+    std::vector<vcim::ObjectPath> adapters;
+    check(real.enumInstanceNames(classPath("Veltra_Adapter"), adapters), "enumerate adapters");
+    if (adapters.empty())
+        return json::object();
+    constexpr size_t kImage = 16u << 20, kPiece = 1u << 20;
+    std::vector<uint8_t> image(kImage);
+    std::mt19937 random(7);
+    for (auto& b : image)
+        b = static_cast<uint8_t>(random());
+    const uint32_t async = 1u << 17;
+
+    const auto start = Clock::now();
+    uint32_t jobId = 0;
+    for (size_t i = 0; i < kImage / kPiece; ++i) {
+        std::vector<vcim::Value> bytes;
+        bytes.reserve(kPiece);
+        for (size_t j = 0; j < kPiece; ++j)
+            bytes.push_back(vcim::Value::uint(CMPI_uint8, image[i * kPiece + j]));
+        const uint32_t number = i + 1 == kImage / kPiece ? 65535 : static_cast<uint32_t>(i);
+        vcim::MethodResult result;
+        check(real.invokeMethod(adapters[0], "UpdateFlashFromImageBuffer",
+                                {{"ImageBuffer", vcim::Value::array(CMPI_uint8, std::move(bytes))},
+                                 {"TotalImageBufferSize", vcim::Value::uint(CMPI_uint64, kImage)},
+                                 {"FlashUpdateFlags", vcim::Value::uint(CMPI_uint32, number | async)}},
+                                result),
+              "firmware piece");
+        for (const auto& o : result.out)
+            if (o.name == "ReturnCode")
+                jobId = static_cast<uint32_t>(o.value.n.u);
+    }
+    const double upload = seconds(Clock::now() - start);
+    // Let the update job end before the provider is unloaded.
+    for (int i = 0; i < 300 && jobId; ++i) {
+        vcim::ObjectPath job = classPath("Veltra_Adapter_ConcreteJob2");
+        job.setKey("InstanceID", vcim::Value::string(std::to_string(jobId)));
+        vcim::Instance inst;
+        if (!real.getInstance(job, nullptr, inst).ok())
+            break;
+        const vcim::Value* state = inst.get("JobState");
+        if (state && (state->n.u == 7 || state->n.u == 10))
+            break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+
+    const std::string file = root + "/bench_copy.bin";
+    const double floor = fastest([&] {
+        std::vector<uint8_t> copy(kImage);
+        for (size_t i = 0; i < kImage; i += kPiece)
+            memcpy(copy.data() + i, image.data() + i, kPiece);
+        FILE* f = fopen(file.c_str(), "wb");
+        fwrite(copy.data(), 1, copy.size(), f);
+        fclose(f);
+    });
+    unlink(file.c_str());
+    return {{"image_bytes", kImage}, {"piece_bytes", kPiece}, {"provider_s", upload}, {"memcpy_write_s", floor},
+            {"ratio", upload / floor}};
+}
+
+json refreshLock(vcim::Broker& real)
+{
+    std::vector<vcim::ObjectPath> servers, ports;
+    check(real.enumInstanceNames(classPath("Veltra_Server"), servers), "enumerate server");
+    check(real.enumInstanceNames(classPath("VeltraFC_Port"), ports), "enumerate FC ports");
+    vcim::MethodResult result;
+    const double refresh = fastest([&] { real.invokeMethod(servers.at(0), "RefreshConfiguration", {}, result); });
+    // The same request without the refresh: the object manager's own share.
+    const double call = fastest([&] { real.invokeMethod(servers.at(0), "NoSuchMethod", {}, result); });
+    const double library = fastest([] { VTAPI_RefreshData(); });
+    const double beyond = std::max(0.0, refresh - call - library);
+    const double per64 = ports.empty() ? 0 : beyond * 64 / ports.size();
+    return {{"fc_functions", ports.size()}, {"refresh_s", refresh}, {"library_s", library},
+            {"request_overhead_s", call}, {"beyond_library_ms_per_64", per64 * 1e3}};
+}
+
+json idlePolling(double span)
+{
+    const double before = cpuSeconds();
+    std::this_thread::sleep_for(std::chrono::duration<double>(span));
+    const double used = cpuSeconds() - before;
+    return {{"seconds", span}, {"cpu_s", used}, {"cpu_percent", used * 100 / span}};
+}
+
+void printTable(const json& r)
+{
+    printf("%-42s %9s %12s %12s %8s %12s\n", "class", "instances", "provider ms", "null ms", "ratio",
+           "us/instance");
+    for (const auto& row : r["enumeration"])
+        printf("%-42s %9zu %12.3f %12.3f %8.2f %12.2f\n", row["class"].get<std::string>().c_str(),
+               row["instances"].get<size_t>(), row["provider_s"].get<double>() * 1e3,
+               row["null_s"].get<double>() * 1e3, row["ratio"].get<double>(),
+               row["per_instance_us"].get<double>());
+    const json& fw = r["firmware_upload"];
+    if (!fw.empty())
+        printf("\nfirmware upload 16 MiB in 1 MiB pieces: %.3f s; memcpy+write %.4f s; ratio %.1f (goal <= 3)\n",
+               fw["provider_s"].get<double>(), fw["memcpy_write_s"].get<double>(), fw["ratio"].get<double>());
+    const json& lock = r["refresh_lock"];
+    printf("inventory refresh of %zu FC functions: %.3f ms (library %.3f ms, request %.3f ms); "
+           "beyond the library %.3f ms per 64 FC functions (goal <= 1)\n",
+           lock["fc_functions"].get<size_t>(), lock["refresh_s"].get<double>() * 1e3,
+           lock["library_s"].get<double>() * 1e3, lock["request_overhead_s"].get<double>() * 1e3,
+           lock["beyond_library_ms_per_64"].get<double>());
+    const json& idle = r["idle_polling"];
+    printf("idle polling thread: %.4f %% CPU over %.0f s (goal <= 0.1 %%)\n", idle["cpu_percent"].get<double>(),
+           idle["seconds"].get<double>());
+    printf("peak RSS: %ld KiB\n", r["peak_rss_kib"].get<long>());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Options o;
+    for (int i = 1; i + 1 < argc; i += 2) {
+        const std::string a = argv[i], v = argv[i + 1];
+        if (a == "--provider") o.provider = v;
+        else if (a == "--null-provider") o.nullProvider = v;
+        else if (a == "--mof") o.mofDir = v;
+        else if (a == "--root") o.root = v;
+        else if (a == "--out") o.out = v;
+        else if (a == "--idle-seconds") o.idleSeconds = atof(v.c_str());
+    }
+    if (o.provider.empty() || o.nullProvider.empty() || o.mofDir.empty() || o.root.empty()) {
+        fprintf(stderr, "usage: veltra-bench --provider LIB --null-provider LIB --mof DIR --root DIR [--out JSON]\n"
+                        "       (VTAPI_SIM_HOST names the benchmark host)\n");
+        return 2;
+    }
+    setenv("VELTRA_ROOT", o.root.c_str(), 1);
+
+    vcim::BrokerOptions realOptions;
+    realOptions.providerLibrary = o.provider;
+    realOptions.mofDir = o.mofDir;
+    realOptions.strict = false;
+    vcim::Broker real(realOptions);
+    check(real.load(), "load the provider");
+
+    vcim::BrokerOptions nullOptions = realOptions;
+    nullOptions.providerLibrary = o.nullProvider;
+    nullOptions.providerName = "NullProvider";
+    vcim::Broker null(nullOptions);
+    check(null.load(), "load the null provider");
+    void* handle = dlopen(o.nullProvider.c_str(), RTLD_NOW | RTLD_NOLOAD);
+    auto serve = handle ? reinterpret_cast<void (*)(const std::vector<vcim::Instance>*)>(
+                              dlsym(handle, "NullProvider_Serve"))
+                        : nullptr;
+    if (!serve) {
+        fprintf(stderr, "veltra-bench: the null provider has no NullProvider_Serve\n");
+        return 1;
+    }
+
+    json report;
+    report["enumeration"] = enumerations(real, null, serve);
+    report["firmware_upload"] = firmwareUpload(real, o.root);
+    report["refresh_lock"] = refreshLock(real);
+    report["idle_polling"] = idlePolling(o.idleSeconds);
+    report["peak_rss_kib"] = maxRssKiB();
+    printTable(report);
+    if (!o.out.empty())
+        std::ofstream(o.out) << report.dump(2) << "\n";
+    null.unload();
+    real.unload();
+    return 0;
+}
