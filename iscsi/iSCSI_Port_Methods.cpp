@@ -1,9 +1,11 @@
-// Extrinsic methods of "VeltraiSCSI_Port": statistics, beaconing, the
-// adapter loopback test and the DCBX data of one iSCSI function. Library
-// results of beaconing and loopback go back only in "ReturnCode"; the other
-// methods fail with the library's code in "ReturnCode" where they have one.
+// Extrinsic methods of "VeltraiSCSI_Port": the firmware dump and its
+// download in chunks, statistics, beaconing, the adapter loopback test and
+// the DCBX data of one iSCSI function. Library results of beaconing and
+// loopback go back only in "ReturnCode"; the other methods fail with the
+// library's code in "ReturnCode" where they have one.
 #include "iSCSI_Port.h"
 
+#include "dump_download.h"
 #include "handler_pattern.h"
 #include "iscsi_functions.h"
 #include "veltra_nic_utils.h"
@@ -11,7 +13,11 @@
 #include "CmpiArray.h"
 #include "CmpiData.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstring>
+#include <mutex>
 #include <string>
 
 namespace {
@@ -22,6 +28,21 @@ constexpr const char* kWho = "invokeMethod_iSCSIPort";
 constexpr const char* kErrorLog = "invokeMethod_iSCSIPort: Error: %s";
 // More statistics than any adapter keeps: a larger count is not believed.
 constexpr uint32_t kMaxStatistics = 4096;
+constexpr const char* kNoDump = "Failed to generate minidump";
+
+// The class's own dump in download, apart from the Ethernet port's: one
+// download at a time.
+struct DumpState {
+    std::mutex mutex;
+    DumpDownload download;
+    uint32_t fileNumber = 0;
+};
+
+DumpState& dumps()
+{
+    static DumpState state;
+    return state;
+}
 
 struct MethodCall {
     const ISCSIFunction& function;
@@ -48,6 +69,50 @@ bool readUint32Argument(const CmpiArgs& in, const char* name, uint32_t& value, C
 void setReturnCode(const MethodCall& call, VTAPI_STATUS code)
 {
     call.out.setArg("ReturnCode", CmpiData(static_cast<CMPIUint32>(code)));
+}
+
+// Collects a firmware dump into a new file "/var/tmp/iscsi_minidump%u" and
+// answers its size; the download then starts at chunk 0.
+MethodOutcome getFirmwareDump(const MethodCall& call)
+{
+    DumpState& s = dumps();
+    char path[kDumpPathSize];
+    {
+        std::lock_guard<std::mutex> lock(s.mutex);
+        const std::string dir = PrepareDumpDirectory("/var/tmp");
+        const std::string file = dir + "/iscsi_minidump" + std::to_string(s.fileNumber++);
+        if (dir.empty() || !s.download.start(file.c_str()) || !CreatePrivateDumpFile(s.download.path)) {
+            s.download.clear();
+            return MethodOutcome::Status(ISCSIRequestFailure(CMPI_RC_ERR_NOT_FOUND, kErrorLog, "%s", kNoDump));
+        }
+        memcpy(path, s.download.path, sizeof path);
+    }
+    const VTAPI_STATUS code = VTAPI_SDGetCoreDump(call.hba(), path);
+    if (code != VTAPI_STATUS_OK) {
+        unlink(path);
+        {
+            std::lock_guard<std::mutex> lock(s.mutex);
+            s.download.clear();
+        }
+        setReturnCode(call, code);
+        return MethodOutcome::Status(ISCSIRequestFailure(CMPI_RC_ERR_NOT_FOUND, kErrorLog,
+                                                         "VTAPI_NicGetFirmwareDump() failed for InstanceID=%s, "
+                                                         "errorCode=%u",
+                                                         call.name().c_str(), static_cast<unsigned>(code)));
+    }
+    struct stat info {};
+    if (stat(path, &info) != 0)
+        return MethodOutcome::Status(ISCSIRequestFailure(CMPI_RC_ERR_NOT_FOUND, kErrorLog, "%s", kNoDump));
+    call.out.setArg("TotalImageBufferSize", CmpiData(static_cast<CMPIUint64>(info.st_size)));
+    return MethodOutcome::Value(0);
+}
+
+MethodOutcome getFirmwareDumpBuffer(const MethodCall& call)
+{
+    DumpState& s = dumps();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    const CmpiStatus status = ServeDumpChunk(s.download, call.in, call.out, kWho);
+    return status.rc() == CMPI_RC_OK ? MethodOutcome::Value(0) : MethodOutcome::Status(status);
 }
 
 MethodOutcome getStatistics(const MethodCall& call)
@@ -127,6 +192,8 @@ struct PortMethod {
     MethodOutcome (*run)(const MethodCall&);
 };
 const PortMethod kMethods[] = {
+    {"GetFirmwareDump", "GET_FIRMWARE_DUMP", getFirmwareDump},
+    {"GetFirmwareDumpBuffer", "GET_FIRMWARE_DUMP_BUFFER", getFirmwareDumpBuffer},
     {"GetiSCSIStats", "GET_ISCSI_STATS", getStatistics},
     {"UpdateAdapterBeaconStatus", "UPDATE_ADAPTER_BEACON", updateBeacon},
     {"PerformLoopBackTest", "PERFORM_LOOPBACK_TEST", loopBackTest},

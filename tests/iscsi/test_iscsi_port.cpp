@@ -18,6 +18,15 @@ protected:
     {
         return invoke(keyPath(kPort, "vmhba8"), method, in);
     }
+    // The dump files in the root's /var/tmp.
+    std::vector<fs::path> dumpFiles() const
+    {
+        std::vector<fs::path> found;
+        for (const auto& entry : fs::directory_iterator(at("/var/tmp")))
+            if (entry.path().filename().string().rfind("iscsi_minidump", 0) == 0)
+                found.push_back(entry.path());
+        return found;
+    }
 };
 
 TEST_F(ISCSIPortTest, InstancesShowPortalParametersAndOnlyWhatTheLibraryAnswers)
@@ -206,6 +215,48 @@ TEST_F(ISCSIPortTest, Methods)
     status = invoke(keyPath(kPort, "vmhba2"), "GetDCBXParams"); // an FC function
     EXPECT_EQ(status.rc, CMPI_RC_ERR_NOT_FOUND);
     EXPECT_EQ(status.msg, "No matching instance found, KeyValue=vmhba2!");
+}
+
+TEST_F(ISCSIPortTest, FirmwareDumpIsDownloadedInOrderedChunksAndRemoved)
+{
+    start();
+    vcim::Status status = call("GetFirmwareDumpBuffer", {uint32("DumpFlags", 0)});
+    EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(status.msg, "Failed to generate minidump");
+
+    ASSERT_TRUE(call("GetFirmwareDump").ok());
+    EXPECT_EQ(outText("TotalImageBufferSize"), "600000");
+    ASSERT_EQ(dumpFiles().size(), 1u);
+    const fs::path file = dumpFiles()[0];
+    EXPECT_EQ(fs::status(file).permissions() & fs::perms::all, fs::perms::owner_read | fs::perms::owner_write);
+
+    status = call("GetFirmwareDumpBuffer");
+    EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(status.msg, "Missing required argument [DumpFlags]!");
+    EXPECT_EQ(call("GetFirmwareDumpBuffer", {uint32("DumpFlags", 1)}).rc, CMPI_RC_ERR_INVALID_PARAMETER);
+    std::string bytes;
+    for (uint32_t flags = 0; flags != 0xFFFF;) {
+        ASSERT_TRUE(call("GetFirmwareDumpBuffer", {uint32("DumpFlags", flags)}).ok()) << flags;
+        ASSERT_NE(out("ImageBuffer"), nullptr);
+        for (const vcim::Value& b : out("ImageBuffer")->elems)
+            bytes.push_back(static_cast<char>(b.n.u));
+        EXPECT_EQ(outText("ImageBufferSize"), std::to_string(out("ImageBuffer")->elems.size()));
+        flags = static_cast<uint32_t>(std::stoul(outText("DumpFlags")));
+        ASSERT_LE(bytes.size(), 600000u);
+    }
+    EXPECT_EQ(bytes.size(), 600000u);
+    EXPECT_EQ(bytes.rfind("VTSIM ISCSI DUMP vmhba8", 0), 0u);
+    EXPECT_FALSE(fs::exists(file));
+
+    // A failed collection leaves no file; the next one takes a new name.
+    ASSERT_EQ(vtsim_fault("VTAPI_SDGetCoreDump", 6, 1), 0);
+    status = call("GetFirmwareDump");
+    EXPECT_EQ(status.rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_EQ(status.msg, "VTAPI_NicGetFirmwareDump() failed for InstanceID=vmhba8, errorCode=6");
+    EXPECT_TRUE(dumpFiles().empty());
+    ASSERT_TRUE(call("GetFirmwareDump").ok());
+    ASSERT_EQ(dumpFiles().size(), 1u);
+    EXPECT_NE(dumpFiles()[0], file);
 }
 
 } // namespace
