@@ -5,6 +5,7 @@
 // library's code in "ReturnCode" where they have one.
 #include "iSCSI_Port.h"
 
+#include "class_registry.h"
 #include "dump_download.h"
 #include "handler_pattern.h"
 #include "iscsi_functions.h"
@@ -44,6 +45,17 @@ DumpState& dumps()
     return state;
 }
 
+// An unfinished download does not outlive the provider: its file goes.
+void RemoveUnfinishediSCSIDump()
+{
+    DumpState& s = dumps();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    if (!s.download.empty())
+        unlink(s.download.path);
+    s.download.clear();
+}
+VELTRA_PROVIDER_HOOK(iSCSIDump, ProviderHook::Stop, RemoveUnfinishediSCSIDump, 50);
+
 struct MethodCall {
     const ISCSIFunction& function;
     const CmpiArgs& in;
@@ -79,6 +91,9 @@ MethodOutcome getFirmwareDump(const MethodCall& call)
     char path[kDumpPathSize];
     {
         std::lock_guard<std::mutex> lock(s.mutex);
+        // A download not finished can't be continued after this: its file goes.
+        if (!s.download.empty())
+            unlink(s.download.path);
         const std::string dir = PrepareDumpDirectory("/var/tmp");
         const std::string file = dir + "/iscsi_minidump" + std::to_string(s.fileNumber++);
         if (dir.empty() || !s.download.start(file.c_str()) || !CreatePrivateDumpFile(s.download.path)) {

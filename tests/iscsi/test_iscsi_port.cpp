@@ -257,6 +257,17 @@ TEST_F(ISCSIPortTest, FirmwareDumpIsDownloadedInOrderedChunksAndRemoved)
     ASSERT_TRUE(call("GetFirmwareDump").ok());
     ASSERT_EQ(dumpFiles().size(), 1u);
     EXPECT_NE(dumpFiles()[0], file);
+    // A new dump replaces one whose download was not finished.
+    ASSERT_TRUE(call("GetFirmwareDumpBuffer", {uint32("DumpFlags", 0)}).ok());
+    const fs::path unfinished = dumpFiles()[0];
+    ASSERT_TRUE(call("GetFirmwareDump").ok());
+    ASSERT_EQ(dumpFiles().size(), 1u);
+    EXPECT_NE(dumpFiles()[0], unfinished);
+    EXPECT_EQ(call("GetFirmwareDumpBuffer", {uint32("DumpFlags", 1)}).rc, CMPI_RC_ERR_INVALID_PARAMETER);
+    // Nor does an unfinished download outlive the provider.
+    broker().unload(true);
+    broker_.reset();
+    EXPECT_TRUE(dumpFiles().empty());
 }
 
 } // namespace
