@@ -10,6 +10,7 @@
 // Prints one table and writes the figures as JSON.
 #include "broker.h"
 #include "vtapi.h"
+#include "vtsim.h"
 
 #include <nlohmann/json.hpp>
 
@@ -183,11 +184,24 @@ json refreshLock(vcim::Broker& real)
     check(real.enumInstanceNames(classPath("Veltra_Server"), servers), "enumerate server");
     check(real.enumInstanceNames(classPath("VeltraFC_Port"), ports), "enumerate FC ports");
     vcim::MethodResult result;
-    const double refresh = fastest([&] { real.invokeMethod(servers.at(0), "RefreshConfiguration", {}, result); });
+    // The refresh holds provider_lock from start to end; the time inside the
+    // adapter library is counted by the library itself.
+    double bestBeyond = 1e30, refresh = 0, library = 0;
+    for (int i = 0; i < 5; ++i) {
+        const unsigned long long before = vtsim_library_ns();
+        const auto start = Clock::now();
+        real.invokeMethod(servers.at(0), "RefreshConfiguration", {}, result);
+        const double total = seconds(Clock::now() - start);
+        const double inLibrary = (vtsim_library_ns() - before) / 1e9;
+        if (total - inLibrary < bestBeyond) {
+            bestBeyond = total - inLibrary;
+            refresh = total;
+            library = inLibrary;
+        }
+    }
     // The same request without the refresh: the object manager's own share.
     const double call = fastest([&] { real.invokeMethod(servers.at(0), "NoSuchMethod", {}, result); });
-    const double library = fastest([] { VTAPI_RefreshData(); });
-    const double beyond = std::max(0.0, refresh - call - library);
+    const double beyond = std::max(0.0, bestBeyond - call);
     const double per64 = ports.empty() ? 0 : beyond * 64 / ports.size();
     return {{"fc_functions", ports.size()}, {"refresh_s", refresh}, {"library_s", library},
             {"request_overhead_s", call}, {"beyond_library_ms_per_64", per64 * 1e3}};

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "broker.h"
+#include "cli/diag.h"
 #include "cli/dump.h"
 #include "cli/flash.h"
 #include "cli/options.h"
@@ -201,6 +202,16 @@ Status runDump(Session& s) {
     return RunDump(*s.broker, request, s.out);
 }
 
+Status runDiag(Session& s) {
+    DiagRequest request;
+    request.className = s.opt.args[0];
+    request.port = s.opt.args[1];
+    request.operands.assign(s.opt.args.begin() + 2, s.opt.args.end());
+    request.timeout = s.opt.timeout;
+    request.json = s.opt.json;
+    return RunDiag(*s.broker, request, DiagOutput{s.out, s.err, s.errIsTerminal});
+}
+
 const Verb kVerbs[] = {
     {"ecn", "", "list the class names declared in the MOF directory", "veltra-cim ecn", 0, 0,
      false, runEnumClassNames},
@@ -227,6 +238,14 @@ const Verb kVerbs[] = {
      "collect a firmware dump of an Ethernet function (with PHANTOM-MODE a phantom core dump) and "
      "download it into FILE",
      "veltra-cim dump vmnic4 vmnic4.dump", 2, 3, true, runDump},
+    {"diag", "CLASS PORT-KEY [Arg=value...] [--timeout SECONDS]",
+     "run one diagnostic test on a port (PORT-KEY: the port's InstanceID) from the library's\n"
+     "      default settings; Arg=values that are writable properties of CLASS are set first, the\n"
+     "      others go to the test's run method; a threaded test is waited for (aborted after\n"
+     "      --timeout, default 120 s); exit 0 when it passed",
+     "veltra-cim diag VeltraFC_Port_FCPing_DiagTest VT27C40118_20:00:00:1f:ee:27:c4:00_21:00:00:1f:ee:27:c4:00 "
+     "TargetWWPN=50:06:0e:80:10:27:01:01",
+     2, SIZE_MAX, true, runDiag},
 };
 
 const Verb* findVerb(const std::string& name) {
@@ -243,6 +262,8 @@ void printHelp(std::ostream& os) {
         os << "  " << v.name << (v.operands[0] ? " " : "") << v.operands << "\n      "
            << v.summary << "\n      e.g. " << v.example << '\n';
     }
+    os << "\nDiagnostic tests (diag CLASS):\n";
+    PrintDiagTests(os);
     os << "\nPATH is an object path as wbemcli writes it: [ns:]Class.Key=\"value\",Key2=3\n"
           "\nOptions:\n"
           "  --provider LIB     provider library (default: this build's provider,\n"
@@ -259,9 +280,11 @@ void printHelp(std::ostream& os) {
           "                     they go to $VELTRA_ROOT" << kProviderStderrFile << ")\n"
           "  --async, --option, --piece-size BYTES\n"
           "                     flash: asynchronous update, update option, piece size\n"
+          "  --timeout SECONDS  diag: how long a threaded test may run (default "
+       << kDiagDefaultTimeoutSeconds << ")\n"
           "  -h, --help         this text\n"
-          "\nExit status: 0 success, " << kExitFailed << " the request failed (the CMPI code name and\n"
-          "message go to stderr), " << kExitUsage << " bad command line.\n";
+          "\nExit status: 0 success, " << kExitFailed << " the request failed or the diagnostic test did\n"
+          "not pass (the CMPI code name and message go to stderr), " << kExitUsage << " bad command line.\n";
 }
 
 int usageError(const std::string& msg) {

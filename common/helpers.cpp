@@ -7,6 +7,7 @@
 #include <arpa/inet.h>
 #include <cctype>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <netinet/in.h>
@@ -60,6 +61,22 @@ std::string Trim(const std::string& text)
     if (first == std::string::npos)
         return std::string();
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+bool StringToMACAddress(const char* text, uint8_t* mac)
+{
+    if (!text || !mac || strlen(text) != 17)
+        return false;
+    uint8_t bytes[6];
+    for (size_t i = 0; i < 6; ++i) {
+        const char* group = text + 3 * i;
+        if (!isxdigit(static_cast<unsigned char>(group[0])) || !isxdigit(static_cast<unsigned char>(group[1])) ||
+            (i < 5 && group[2] != ':'))
+            return false;
+        bytes[i] = static_cast<uint8_t>(strtoul(std::string(group, 2).c_str(), nullptr, 16));
+    }
+    memcpy(mac, bytes, sizeof bytes);
+    return true;
 }
 
 std::string MACAddressToString2(const uint8_t* mac)

@@ -36,6 +36,9 @@ std::string Trim(const std::string& text);
 // Six upper-case two-digit hex bytes joined by colons ("02:00:00:AB:CD:EF");
 // a null address gives the empty text.
 std::string MACAddressToString2(const uint8_t* mac);
+// The six bytes of "hh:hh:hh:hh:hh:hh" (hex digits of either case); false,
+// with `mac` untouched, for any other text.
+bool StringToMACAddress(const char* text, uint8_t* mac);
 
 // ---- addresses ----
 constexpr size_t kIPv4TextSize = 16;

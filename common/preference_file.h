@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <string>
+#include <vector>
 
 // Lines are read in pieces of this size; a longer line counts as several.
 constexpr size_t kPrefLineSize = 768;
@@ -38,11 +40,44 @@ int PrefClosePreferenceFile(FILE* file);
 const char* PrefGetProperty(FILE* file, const char* key);
 
 // Replaces every line holding `key` by "key=value", or appends that line;
-// 0 on success, -1 on failure. The file is rewritten from its start but not
-// truncated: when the new content is shorter, the old file's last bytes
-// stay behind it (rewrite a file whole through
-// PrefOpenPreferenceFileWriteMode for a clean file). A given file is only
-// flushed; the default file (null) is opened and closed here. A key that
-// is empty or holds "=" or a line end, or a value with a line end, is
-// refused (-1) without touching the file.
+// 0 on success, -1 on failure. The default file (null) is rewritten whole
+// through PrefRewriteFile and never created here. A given file is rewritten
+// from its start but not truncated: when the new content is shorter, the
+// old file's last bytes stay behind it; it is only flushed. A key that is
+// empty or holds "=" or a line end, or a value with a line end, is refused
+// (-1) without touching the file.
 int PrefSetProperty(FILE* file, const char* key, const char* value);
+
+struct PrefEntry {
+    std::string key;
+    std::string value;
+};
+
+// Rewrites the preference file `fileName` whole, in one hold of the lock
+// that every preference write takes: its lines stay in their order except
+// those whose key (the text before the first "=") `drop` accepts; a line
+// holding the key of an entry (as a set compares it) is replaced by that
+// entry, and the entries no line held are appended in their order. An
+// unterminated last line (a torn write of old) is left out. The content
+// goes to a temporary file in the same directory, which is synced and
+// renamed over the old file, so the file is always either the old one or
+// the new one whole. `create`: a missing file (and its directory) is made;
+// otherwise a missing file fails. 0, or -1 with the old file untouched
+// (an invalid entry, as PrefSetProperty refuses them, writes nothing).
+int PrefRewriteFile(const char* fileName, const std::vector<PrefEntry>& entries, bool (*drop)(const char* key),
+                    bool create);
+
+// Whether the file exists in the preference directory.
+bool PrefFileExists(const char* fileName);
+
+// Reads every complete "key=value" line of `fileName` (key: the text
+// before the first "="), under the preference lock. Lines without "=" or
+// with an empty key, lines longer than kPrefMaxEntryLine and an
+// unterminated last line are skipped, each with a log line naming the file.
+// False (logged) when the file cannot be opened or read.
+constexpr size_t kPrefMaxEntryLine = 16384;
+bool PrefReadEntries(const char* fileName, std::vector<PrefEntry>& entries);
+
+// Keys of the job records: a decimal job id, "#" and a field name (no
+// further "#"). Writers of the other entries of "eswitch.config" keep them.
+bool PrefIsJobEntryKey(const char* key);

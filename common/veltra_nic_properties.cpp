@@ -37,6 +37,7 @@ const Veltra_NIC_Properties::Key Veltra_NIC_Properties::kKeys[] = {
     {"DumpPartialFlashFile", KeyKind::Bool, &Veltra_NIC_Properties::m_dumpPartialFlashFile, nullptr},
     {"LinkStatusPollIntervalSeconds", KeyKind::Number, nullptr,
      &Veltra_NIC_Properties::m_linkStatusPollIntervalSeconds},
+    {"DiagTestTimeLimitSeconds", KeyKind::Number, nullptr, &Veltra_NIC_Properties::m_diagTestTimeLimitSeconds},
     {"InteropNamespace", KeyKind::Text, nullptr, nullptr},
 };
 
@@ -71,6 +72,7 @@ void Veltra_NIC_Properties::setDefaults()
     m_removeTempFlashFile = true;
     m_dumpPartialFlashFile = false;
     m_linkStatusPollIntervalSeconds = kDefaultPollIntervalSeconds;
+    m_diagTestTimeLimitSeconds = kDefaultDiagTestTimeLimitSeconds;
     snprintf(m_interopNamespace, sizeof m_interopNamespace, "%s", "root/interop");
     snprintf(m_providerNamespace, sizeof m_providerNamespace, "%s", "veltra/cimv2");
 }

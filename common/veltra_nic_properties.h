@@ -29,11 +29,15 @@ public:
     bool getRemoveTempFlashFile() const { return m_removeTempFlashFile; }
     bool getDumpPartialFlashFile() const { return m_dumpPartialFlashFile; }
     int getLinkStatusPollIntervalSeconds() const { return m_linkStatusPollIntervalSeconds; }
+    // How long a diagnostic test that is started and never ended may hold
+    // the host's diagnostic mode before the provider ends it.
+    int getDiagTestTimeLimitSeconds() const { return m_diagTestTimeLimitSeconds; }
     const char* getInteropNamespace() const { return m_interopNamespace; }
     const char* getProviderNamespace() const { return m_providerNamespace; }
 
     static constexpr const char* kFileName = "veltra_adapter_provider.properties";
     static constexpr int kDefaultPollIntervalSeconds = 180;
+    static constexpr int kDefaultDiagTestTimeLimitSeconds = 600;
 
 private:
     Veltra_NIC_Properties();
@@ -54,6 +58,7 @@ private:
     std::atomic<bool> m_removeTempFlashFile{true};
     std::atomic<bool> m_dumpPartialFlashFile{false};
     std::atomic<int> m_linkStatusPollIntervalSeconds{kDefaultPollIntervalSeconds};
+    std::atomic<int> m_diagTestTimeLimitSeconds{kDefaultDiagTestTimeLimitSeconds};
     char m_interopNamespace[256];
     char m_providerNamespace[256];
 };

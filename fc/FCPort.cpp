@@ -10,6 +10,8 @@
 #include "class_registry.h"
 #include "fcport_list.h"
 #include "handler_pattern.h"
+#include "property_table.h"
+#include "qos_library.h"
 #include "veltra_nic_utils.h"
 
 #include "CmpiArray.h"
@@ -20,6 +22,8 @@
 #include <cstring>
 #include <optional>
 #include <string>
+
+#include <strings.h>
 
 std::string FCPortWWNText(const uint8_t* wwn)
 {
@@ -414,13 +418,101 @@ CmpiStatus setInstance_FCPort(const CmpiContext&, CmpiResult&, const CmpiObjectP
     return ModifyFCPort(cop, inst, properties);
 }
 
-// The class's methods are not defined yet: every name answers 1 with success.
-CmpiStatus invokeMethod_FCPort(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath&, const char* methodName,
-                               const CmpiArgs&, CmpiArgs&)
+// ---- methods: QoS of the port's adapter through the QoS library ----
+
+// The port of the path's key and the number of its adapter in the adapter
+// list (the QoS library numbers adapters in the same order).
+uint32_t qosAdapterNumber(const CmpiObjectPath& cop)
+{
+    std::string key;
+    CmpiStatus failure(CMPI_RC_OK);
+    if (!ReadStringKey(cop, "InstanceID", "invokeMethod_FCPort", key, failure))
+        throw failure;
+    const long index = FindFCPortIndex(key.c_str());
+    if (index < 0)
+        ThrowNotFound("invokeMethod_FCPort", key.c_str());
+    const char* serial = g_FCPortList.entries[index].serialNumber;
+    uint32_t number = 0;
+    bool found = false;
+    ForEachAdapter([&](vtapi_adapter_t* adapter) {
+        found = strncasecmp(adapter->name, serial, sizeof adapter->name) == 0;
+        number += found ? 0 : 1;
+        return !found;
+    });
+    if (!found)
+        ThrowNotFound("invokeMethod_FCPort", key.c_str());
+    return number;
+}
+
+// A required unsigned 32-bit input argument.
+uint32_t uint32Arg(const CmpiArgs& in, const char* name)
+{
+    const CmpiData data = in.getArg(name);
+    if (data.isNotFound() || data.isNullValue() || data.getType() != CMPI_uint32)
+        throw CmpiStatus(CMPI_RC_ERR_INVALID_PARAMETER, RefusalText(data.isNotFound() || data.isNullValue()
+                                                                        ? ValueRead::Missing
+                                                                        : ValueRead::Invalid,
+                                                                    name)
+                                                            .c_str());
+    return static_cast<CMPIUint32>(data);
+}
+
+// The configuration record's fields as method arguments.
+const struct {
+    const char* name;
+    uint32_t CPQFC_QosConfig::*field;
+} kQosConfigFields[] = {
+    {"Priority", &CPQFC_QosConfig::Priority},
+    {"HighBandwidth", &CPQFC_QosConfig::HighBandwidth},
+    {"MediumBandwidth", &CPQFC_QosConfig::MediumBandwidth},
+    {"LowBandwidth", &CPQFC_QosConfig::LowBandwidth},
+};
+
+using QosMethod = uint32_t (*)(uint32_t adapter, const CmpiArgs& in, CmpiArgs& out);
+
+const struct {
+    const char* name;
+    QosMethod run;
+} kPortMethods[] = {
+    {"QosEnable", [](uint32_t adapter, const CmpiArgs&, CmpiArgs&) { return RUBAH_QosEnable(adapter); }},
+    {"QosDisable", [](uint32_t adapter, const CmpiArgs&, CmpiArgs&) { return RUBAH_QosDisable(adapter); }},
+    {"QosGetConfig",
+     [](uint32_t adapter, const CmpiArgs& in, CmpiArgs& out) {
+         CPQFC_QosConfig config{};
+         const uint32_t rc = RUBAH_QosGetConfig(adapter, uint32Arg(in, "Selector"), &config);
+         if (rc == 0)
+             for (const auto& f : kQosConfigFields)
+                 out.setArg(f.name, CmpiData(CMPIUint32(config.*f.field)));
+         return rc;
+     }},
+    {"QosSetConfig",
+     [](uint32_t adapter, const CmpiArgs& in, CmpiArgs&) {
+         CPQFC_QosConfig config{};
+         const uint32_t selector = uint32Arg(in, "Selector");
+         for (const auto& f : kQosConfigFields)
+             config.*f.field = uint32Arg(in, f.name);
+         return RUBAH_QosSetConfig(adapter, selector, &config);
+     }},
+};
+
+// The QoS methods answer 0 with the library wrapper's code in "ReturnCode";
+// any other method name answers 1.
+CmpiStatus invokeMethod_FCPort(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop, const char* methodName,
+                               const CmpiArgs& in, CmpiArgs& out)
 {
     Log::DebugPrint("Entering invokeMethod_FCPort");
-    Log::DebugPrint("invokeMethod_FCPort: unknown method %s", methodName ? methodName : "");
-    const CmpiStatus status = RunMethod(rslt, [] { return MethodOutcome::Value(1); });
+    const auto* method = FindMethod(kPortMethods, methodName);
+    if (!method)
+        Log::DebugPrint("invokeMethod_FCPort: unknown method %s", methodName ? methodName : "");
+    const CmpiStatus status = RunMethod(rslt, [&] {
+        if (!method)
+            return MethodOutcome::Value(1);
+        const uint32_t adapter = qosAdapterNumber(cop);
+        const uint32_t rc = method->run(adapter, in, out);
+        Log::DebugPrint("invokeMethod_FCPort: %s on adapter %u, ReturnCode=%u", method->name, adapter, rc);
+        out.setArg("ReturnCode", CmpiData(CMPIUint32(rc)));
+        return MethodOutcome::Value(0);
+    });
     Log::DebugPrint("Exiting  invokeMethod_FCPort");
     return status;
 }

@@ -78,20 +78,10 @@ CmpiInstance makeInstance_FCPort_Stats(const RequestClass& rc, const char** prop
     return instance;
 }
 
-template <class Visit>
-void forEachValidPort(Visit visit)
-{
-    for (uint32_t i = 0; i < g_FCPortList.count; ++i) {
-        const FCPortEntry* entry = FCPortAt(i);
-        if (entry && entry->device)
-            visit(i);
-    }
-}
-
 CmpiStatus enumInstanceNames_FCPort_Stats(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
     return RunEnumeration("enumInstanceNames_FCPort_Stats", cop, [&](const RequestClass& rc) {
-        forEachValidPort(
+        ForEachValidFCPort(
             [&](uint32_t i) { rslt.returnData(makePath_FCPort_Stats(rc.className.c_str(), rc.nameSpace.c_str(), i)); });
     });
 }
@@ -100,7 +90,7 @@ CmpiStatus enumInstances_FCPort_Stats(const CmpiContext&, CmpiResult& rslt, cons
                                       const char** properties)
 {
     return RunEnumeration("enumInstances_FCPort_Stats", cop, [&](const RequestClass& rc) {
-        forEachValidPort([&](uint32_t i) { rslt.returnData(makeInstance_FCPort_Stats(rc, properties, i)); });
+        ForEachValidFCPort([&](uint32_t i) { rslt.returnData(makeInstance_FCPort_Stats(rc, properties, i)); });
     });
 }
 

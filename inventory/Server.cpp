@@ -116,6 +116,11 @@ CmpiStatus invokeMethod_Server(const CmpiContext&, CmpiResult& rslt, const CmpiO
                 return MethodOutcome::Value(1);
             Log::DebugPrint("invokeMethod_Server: REFRESH_CONFIGURATION");
             Log::DebugPrint("invokeMethod_Server: Please wait...");
+            // A running diagnostic uses a device record of the current tree.
+            if (g_bInDiagMode) {
+                Log::DebugPrint("invokeMethod_Server: a diagnostic test is running; refresh refused");
+                return MethodOutcome::Value(2);
+            }
             refreshConfiguration();
             Log::DebugPrint("invokeMethod_Server: Refresh done!");
             return MethodOutcome::Value(0);

@@ -5,6 +5,7 @@
 // log why it stopped early.
 #pragma once
 
+#include "fcport_list.h"
 #include "vtapi.h"
 
 #include <cstdint>
@@ -55,6 +56,18 @@ bool ForEachFCLun(const VTAPISDMDevice* device, const VTAPI_SDMTarget* target, V
     if (!device || !target || !target->luns)
         return true;
     return WalkFCList(target->luns->first, target->luns->count, "LUN", device->instance, visit);
+}
+
+// Calls visit(index) for every valid FC port entry with a device record, in
+// index order: the entries the FC classes publish.
+template <class Visit>
+void ForEachValidFCPort(Visit visit)
+{
+    for (uint32_t i = 0; i < g_FCPortList.count; ++i) {
+        const FCPortEntry* entry = FCPortAt(i);
+        if (entry && entry->device)
+            visit(i);
+    }
 }
 
 // The FC port entry a key names: the index of the first valid entry with a

@@ -434,3 +434,39 @@ uint32_t GetNPARDefaultMACAddress(const vtapi_adapter_t* adapter, uint32_t funct
     memcpy(mac, npar->settings->func[functionId].mac.addr, VTAPI_MAC_LEN);
     return 0;
 }
+
+bool HasESwitchData(const vtapi_adapter_t* adapter)
+{
+    return nparOf(adapter) && adapter->npar->esw && (adapter->npar_valid & VTAPI_NPAR_VALID_ESWITCH);
+}
+
+bool HasNPARSettings(const vtapi_adapter_t* adapter)
+{
+    return nparOf(adapter) && adapter->npar->settings && (adapter->npar_valid & VTAPI_NPAR_VALID_SETTINGS);
+}
+
+bool IsNICPersonality(uint32_t mask) { return mask == VTAPI_NPAR_CAP_NIC_LOW || mask == VTAPI_NPAR_CAP_NIC; }
+
+uint32_t GetESwitchIndex(const vtapi_adapter_t* adapter, uint32_t functionId)
+{
+    if (!validFunction(adapter, functionId))
+        return 0;
+    if (adapter->npar->esw)
+        return adapter->npar->esw->func[functionId].eswitch_index;
+    if (adapter->npar->settings)
+        return adapter->npar->settings->func[functionId].phy_port_index;
+    return 0;
+}
+
+uint32_t GetNPARPortNumber(const vtapi_adapter_t* adapter, uint32_t functionId)
+{
+    if (validFunction(adapter, functionId) && adapter->npar->settings)
+        return adapter->npar->settings->func[functionId].phy_port_index + 1;
+    return GetESwitchIndex(adapter, functionId) + 1;
+}
+
+std::string ESwitchInstanceId(const vtapi_adapter_t* adapter, uint32_t functionId)
+{
+    return AdapterSerial(adapter) + "_" + std::to_string(GetESwitchIndex(adapter, functionId)) + "_" +
+           std::to_string(functionId);
+}

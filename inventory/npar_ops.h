@@ -112,6 +112,24 @@ uint32_t GetNPARLinkStatus(const vtapi_adapter_t* adapter, uint32_t functionId, 
 // per-function table. 0 or a result code.
 uint32_t GetNPARDefaultMACAddress(const vtapi_adapter_t* adapter, uint32_t functionId, uint8_t* mac);
 
+// ---- eSwitch ----
+
+// eSwitch data (ESWData) present and marked valid (bit 0x10).
+bool HasESwitchData(const vtapi_adapter_t* adapter);
+// Current NPAR settings (npar_settings) present and marked valid (bit 0x20).
+bool HasNPARSettings(const vtapi_adapter_t* adapter);
+// The Ethernet personality (0x80000001 or 0x80000002).
+bool IsNICPersonality(uint32_t mask);
+// The eSwitch a function is attached to: its eSwitch record's index, else
+// its physical port, else 0.
+uint32_t GetESwitchIndex(const vtapi_adapter_t* adapter, uint32_t functionId);
+// The function's physical port counted from 1 (its current settings' port,
+// else its eSwitch index).
+uint32_t GetNPARPortNumber(const vtapi_adapter_t* adapter, uint32_t functionId);
+// "%s_%u_%u": serial number, eSwitch index, function id (the key of the
+// eSwitch classes).
+std::string ESwitchInstanceId(const vtapi_adapter_t* adapter, uint32_t functionId);
+
 // Calls visit(adapter, functionId) for every NPAR function of each
 // NPAR-capable adapter on which NPAR is enabled, in inventory order; visit
 // returns false to stop. Skipped adapters are debug-logged as

@@ -87,7 +87,10 @@ uint16_t ConcreteJobState(uint32_t status)
 
 uint64_t ConcreteJobCurrentTime() { return CmpiDateTime().getDateTime(); }
 
-void SaveConcreteJobInfo(const Concrete_Job& job)
+namespace {
+
+// The six saved entries of one job.
+void appendJobEntries(const Concrete_Job& job, std::vector<PrefEntry>& entries)
 {
     char tolsc[kLlutoaBufferSize];
     char status[kUtoaBufferSize];
@@ -102,13 +105,30 @@ void SaveConcreteJobInfo(const Concrete_Job& job)
     std::replace_if(description.begin(), description.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
     const struct {
         const char* field;
-        const char* value;
-    } entries[] = {
-        {"ID", id.c_str()},      {"DESC", description.c_str()}, {"TOLSC", tolsc},
-        {"STATUS", status},      {"RESULT", result},                {"END", "1"},
+        std::string value;
+    } fields[] = {
+        {"ID", id},          {"DESC", description}, {"TOLSC", tolsc},
+        {"STATUS", status},  {"RESULT", result},    {"END", "1"},
     };
-    for (const auto& entry : entries)
-        PrefSetProperty(nullptr, (id + "#" + entry.field).c_str(), entry.value);
+    for (const auto& field : fields)
+        entries.push_back(PrefEntry{id + "#" + field.field, field.value});
+}
+
+// Sets the entries in the default file in one rewrite that keeps every
+// other entry (the eSwitch settings among them); a missing file is not made.
+void saveEntries(const std::vector<PrefEntry>& entries)
+{
+    if (!entries.empty())
+        PrefRewriteFile(kDefaultPrefFile, entries, nullptr, false);
+}
+
+} // namespace
+
+void SaveConcreteJobInfo(const Concrete_Job& job)
+{
+    std::vector<PrefEntry> entries;
+    appendJobEntries(job, entries);
+    saveEntries(entries);
 }
 
 // ---- the job table ----
@@ -209,10 +229,12 @@ void ConcreteJobStore::serializeLocked()
 {
     Log::DebugPrint("Entering SerializeConcreteJobToPrefFile");
     FILE* jobFile = PrefOpenPreferenceFileWriteMode(kConcreteJobPrefFile);
-    // The entries go to the default file, which a set opens only when it
-    // exists: a host without one keeps no jobs across restarts.
+    // The entries go to the default file, which the save writes only when
+    // it exists: a host without one keeps no jobs across restarts.
+    std::vector<PrefEntry> entries;
     for (const auto& entry : m_jobs)
-        SaveConcreteJobInfo(entry.second);
+        appendJobEntries(entry.second, entries);
+    saveEntries(entries);
     PrefClosePreferenceFile(jobFile);
     Log::DebugPrint("Exiting  SerializeConcreteJobToPrefFile");
 }

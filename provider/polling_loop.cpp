@@ -162,7 +162,9 @@ void Veltra_Adapter_Provider::pollingCycle(time_t& lastPoll)
     const time_t now = monotonicSeconds();
     if (now - lastPoll <= GetPollingInterval())
         return;
-    gNeedRefresh = VTAPI_DidConfigChange();
+    // A swap put off because a diagnostic started meanwhile is retried.
+    static bool swapDeferred = false;
+    gNeedRefresh = VTAPI_DidConfigChange() || swapDeferred;
     // Reset even when the refresh is skipped: a change seen during a
     // diagnostic waits for the library's next report.
     VTAPI_ResetConfigChange();
@@ -178,6 +180,14 @@ void Veltra_Adapter_Provider::pollingCycle(time_t& lastPoll)
         }
         {
             ScopedLock<VeltraLock> inventory(provider_lock);
+            // A diagnostic that started after the check above holds a
+            // device record of the current tree: it must not be swapped.
+            swapDeferred = g_bInDiagMode;
+            if (swapDeferred) {
+                Log::DebugPrint("A diagnostic test is running: the adapter list swap waits");
+                lastPoll = now;
+                return;
+            }
             Log::DebugPrint("About to call VTAPI_SwapBackupToMainAdapterList()");
             VTAPI_SwapBackupToMainAdapterList();
             Log::DebugPrint("After the call to VTAPI_SwapBackupToMainAdapterList()");

@@ -888,6 +888,14 @@ VTAPI_STATUS VTAPI_SRIOVGetVfInfo(vtapi_adapter_t *adapter, const char *ifname,
 VTAPI_STATUS VTAPI_SRIOVGetVports(vtapi_adapter_t *adapter, const char *ifname,
                                   uint32_t vf_index, VTAPI_SRIOV_VPORT_INFO **list,
                                   uint32_t *count);
+/* Ids of the vports of the PF (vf_index VTAPI_SRIOV_PF) or of one VF: at
+ * most *count ids (the room of ids) are copied; *count is then set to the
+ * number of vports, which may exceed the room. */
+VTAPI_STATUS VTAPI_GetVportList(vtapi_adapter_t *adapter, const char *ifname,
+                                uint32_t vf_index, uint32_t *ids, uint32_t *count);
+/* One vport of the NIC function, by id. */
+VTAPI_STATUS VTAPI_GetVportInfo(vtapi_adapter_t *adapter, const char *ifname,
+                                uint32_t vport_id, VTAPI_SRIOV_VPORT_INFO *info);
 VTAPI_STATUS VTAPI_SRIOVSetVfAntiMacSpoofChk(vtapi_adapter_t *adapter, const char *ifname,
                                              uint32_t vf_index, uint32_t enable);
 VTAPI_STATUS VTAPI_SRIOVSetVfBandwidth(vtapi_adapter_t *adapter, const char *ifname,

@@ -26,6 +26,7 @@ const ValueOption kValueOptions[] = {
          o.props = splitList(v);
      }},
     {"--piece-size", nullptr, [](Options& o, const std::string& v) { o.pieceSize = v; }},
+    {"--timeout", nullptr, [](Options& o, const std::string& v) { o.timeout = v; }},
 };
 
 struct FlagOption {

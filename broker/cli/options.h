@@ -23,6 +23,8 @@ struct Options {
     bool flashAsync = false;      // --async
     bool flashOption = false;     // --option
     std::string pieceSize;        // --piece-size BYTES; empty = default
+    // diag verb
+    std::string timeout;          // --timeout SECONDS; empty = default
     std::string verb;
     std::vector<std::string> args;  // the verb's operands
 };

@@ -95,9 +95,10 @@ const char kAlphaBlock[] =
 TEST_F(Cli, HelpDocumentsEveryVerb) {
     Result r = run({"--help"}, false);
     EXPECT_EQ(r.status, 0);
-    for (const char* verb : {"ecn", "ei CLASS", "ein CLASS", "gi PATH", "mi PATH", "cm PATH"})
+    for (const char* verb : {"ecn", "ei CLASS", "ein CLASS", "gi PATH", "mi PATH", "cm PATH", "diag CLASS"})
         EXPECT_NE(r.out.find(std::string("\n  ") + verb), std::string::npos) << verb << "\n" << r.out;
-    for (const char* opt : {"--provider", "--name", "--mof", "--host", "--namespace", "--props", "--json"})
+    for (const char* opt : {"--provider", "--name", "--mof", "--host", "--namespace", "--props", "--json",
+                            "--timeout"})
         EXPECT_NE(r.out.find(opt), std::string::npos) << opt;
 
     r = run({"frobnicate"});
@@ -302,6 +303,67 @@ TEST_F(Cli, ProviderStandardErrorOnlyWithVerbose) {
     EXPECT_EQ(verbose.status, 0) << verbose.err;
     EXPECT_NE(verbose.err.find(kReload), std::string::npos) << verbose.err;
     EXPECT_EQ(verbose.out, quiet.out);
+}
+
+// The diag verb against the shipped provider and the simulated adapter library: settings by
+// modify, a synchronous and a threaded test to their verdict, a timeout that aborts, and
+// failures that exit 1 with the reason.
+TEST_F(Cli, DiagRunsOneTestToItsVerdict) {
+    const std::string provider = VELTRA_BINARY_DIR "/provider/libVeltra_Adapter_Provider.so.1";
+    if (!std::filesystem::exists(provider)) GTEST_SKIP() << "no provider build at " << provider;
+    const std::string loopback = "VeltraFC_Port_Loopback_DiagTest", ping = "VeltraFC_Port_FCPing_DiagTest";
+    // The default host; a second one whose ping takes a while, whose CT command outlives any
+    // timeout and whose loopback counts CRC errors.
+    std::string host = slurp(VELTRA_SOURCE_DIR "/vtapi/sim/default_host.json");
+    host.insert(host.find('{') + 1,
+                R"("behaviour": {"VTAPI_DiagnosticsFCPingTest": {"duration_ms": 700},
+                                 "VTAPI_DiagnosticsCTCommand": {"duration_ms": 60000},
+                                 "VTAPI_DiagnosticsLoopBackTest": {"crc_errors": 2}},)");
+    const std::string slow = writeFile("slow.json", host);
+
+    std::string port, line;  // vmhba2: online, with targets
+    for (std::istringstream lines(run({"ein", "VeltraFC_Port"}, false).out); std::getline(lines, line);)
+        if (line.find("21:00:00:1f:ee:27:c4:00") != std::string::npos)
+            port = line.substr(line.find('"') + 1, line.rfind('"') - line.find('"') - 1);
+    ASSERT_FALSE(port.empty());
+
+    Result r = run({"diag", loopback, port, "iNumberOfTest=3"}, false);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out.rfind(loopback + " on " + port + ": passed\n  iNumberOfTest = 3\n", 0), 0u) << r.out;
+    EXPECT_NE(r.out.find("  acLoopbackTestMessage = Loopback test passed\n"), std::string::npos) << r.out;
+
+    // Started on a worker and polled until it ends: only then does Status read 2.
+    r = run({"--host", slow, "--json", "diag", ping, port, "TargetWWPN=50:06:0e:80:10:27:01:01"}, false);
+    EXPECT_EQ(r.status, 0) << r.err;
+    const nlohmann::json j = nlohmann::json::parse(r.out, nullptr, false);
+    EXPECT_EQ(j.value("passed", false), true) << r.out;
+    EXPECT_EQ(j["results"].value("Status", 0), 2) << r.out;
+    EXPECT_EQ(j["results"].value("TargetWWPN", ""), "50:06:0e:80:10:27:01:01") << r.out;
+    EXPECT_EQ(r.err, "");  // no spinner off a terminal
+
+    r = run({"--host", slow, "diag", "VeltraFC_Port_CTCommand_Diag", port, "TargetWWPN=50:06:0e:80:10:27:01:01",
+             "--timeout", "1"}, false);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "CMPI_RC_ERR_FAILED: VeltraFC_Port_CTCommand_Diag on " + port +
+                         " did not end within 1 seconds; aborted\n");
+
+    r = run({"--host", slow, "diag", loopback, port}, false);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "CMPI_RC_ERR_FAILED: " + loopback + " failed on " + port + ": iStatus = 1: Loopback test failed\n");
+    EXPECT_EQ(r.out.rfind(loopback + " on " + port + ": failed\n", 0), 0u) << r.out;
+
+    // A refused run (a loopback kind the chip lacks) ends it with the method's return value.
+    r = run({"diag", loopback, port, "iLoopBackType=5"}, false);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err.rfind("CMPI_RC_ERR_FAILED: RunDiagTest of " + loopback + " on " + port + " returned 2", 0), 0u)
+        << r.err;
+    EXPECT_EQ(r.out, "");
+    r = run({"diag", "VeltraFC_Port_NoSuch_DiagTest", port}, false);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err.rfind("CMPI_RC_ERR_INVALID_CLASS: no diagnostic test VeltraFC_Port_NoSuch_DiagTest", 0), 0u)
+        << r.err;
+    r = run({"diag", ping, port, "Bogus=1"}, false);
+    EXPECT_EQ(r.err, "CMPI_RC_ERR_INVALID_PARAMETER: " + ping + " has no setting or RunDiagTest argument Bogus\n");
 }
 
 }  // namespace

@@ -101,24 +101,58 @@ TEST_F(PreferenceFileTest, SetAppendsNewKeysAndReplacesInPlace)
     EXPECT_EQ(value("7#status"), "9");
 }
 
-TEST_F(PreferenceFileTest, RewriteDoesNotTruncate)
+// The default file is rewritten whole (a temporary file renamed over it);
+// a file handed in is rewritten in place and not truncated.
+TEST_F(PreferenceFileTest, DefaultFileIsReplacedWholeAGivenFileInPlace)
 {
     write(at(kDefault), "k=longvalue\nz=9\n");
     EXPECT_EQ(PrefSetProperty(nullptr, "k", "1"), 0);
+    EXPECT_EQ(read(at(kDefault)), "k=1\nz=9\n");
+    EXPECT_EQ(std::distance(fs::directory_iterator(at("/var/tmp")), fs::directory_iterator()), 1)
+        << "no temporary file stays behind";
+
+    write(at(kDefault), "k=longvalue\nz=9\n");
+    FILE* file = PrefOpenPreferenceFile(kDefaultPrefFile);
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(PrefSetProperty(file, "k", "1"), 0);
+    EXPECT_EQ(PrefClosePreferenceFile(file), 0);
     // The 8 new bytes overwrite the start; the old file's last 8 stay.
     EXPECT_EQ(read(at(kDefault)), "k=1\nz=9\nlue\nz=9\n");
     EXPECT_EQ(value("k"), "1");
     EXPECT_EQ(value("lue"), "<null>");
 
-    // A writer that needs a clean file rewrites it whole through a given
-    // file, which the set neither opens nor closes.
-    FILE* file = PrefOpenPreferenceFileWriteMode(kDefaultPrefFile);
-    ASSERT_NE(file, nullptr);
-    EXPECT_EQ(PrefSetProperty(file, "a", "1"), 0);
-    EXPECT_EQ(PrefSetProperty(file, "b", "2"), 0);
-    EXPECT_EQ(value("b", file), "2");
-    EXPECT_EQ(PrefClosePreferenceFile(file), 0);
+    // A torn last line is left out of the next rewrite.
+    write(at(kDefault), "a=1\nSER_B_0_1=ivlan_id#1");
+    EXPECT_EQ(PrefSetProperty(nullptr, "b", "2"), 0);
     EXPECT_EQ(read(at(kDefault)), "a=1\nb=2\n");
+    EXPECT_TRUE(logged("Left out the unterminated last line of preference file (eswitch.config)."));
+}
+
+// A whole-file rewrite keeps, replaces, drops and appends in one step; the
+// tolerant reader skips what does not parse.
+TEST_F(PreferenceFileTest, RewriteAndReadEntries)
+{
+    write(at(kDefault), "7#ID=7\nS_B_0_1=old\n7#DESC=x\ngarbage\n=nokey\n");
+    EXPECT_EQ(PrefRewriteFile(kDefaultPrefFile, {{"S_B_0_2", "new"}, {"7#DESC", "y"}},
+                              [](const char* key) { return !PrefIsJobEntryKey(key); }, false),
+              0);
+    EXPECT_EQ(read(at(kDefault)), "7#ID=7\n7#DESC=y\nS_B_0_2=new\n");
+    EXPECT_EQ(PrefRewriteFile(kDefaultPrefFile, {{"bad=key", "v"}}, nullptr, false), -1);
+    EXPECT_EQ(PrefRewriteFile("new.config", {{"a", "1"}}, nullptr, false), -1);
+    EXPECT_EQ(PrefRewriteFile("new.config", {{"a", "1"}}, nullptr, true), 0);
+    EXPECT_EQ(read(at("/var/tmp/new.config")), "a=1\n");
+
+    write(at(kDefault), "a=1\n\nnoequals\n=v\nb=x=y\r\n" + std::string(kPrefMaxEntryLine + 10, 'l') + "\nc=torn");
+    std::vector<PrefEntry> entries;
+    ASSERT_TRUE(PrefReadEntries(kDefaultPrefFile, entries));
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[0].key + "|" + entries[0].value + "|" + entries[1].key + "|" + entries[1].value, "a|1|b|x=y");
+    EXPECT_TRUE(logged("Skipped the unterminated last line of preference file (eswitch.config)."));
+    EXPECT_FALSE(PrefReadEntries("missing.config", entries));
+
+    EXPECT_TRUE(PrefIsJobEntryKey("4711#STATUS"));
+    for (const char* key : {"#ID", "47a#ID", "47#", "47#A#B", "SER_B_0_1", ""})
+        EXPECT_FALSE(PrefIsJobEntryKey(key)) << key;
 }
 
 TEST_F(PreferenceFileTest, LookupComparesEveryToken)

@@ -1,7 +1,8 @@
 // Remote ports and LUNs of FC functions, their statistics and DCB
 // parameters, as a client sees them through the shipped provider (strict
-// mode): keys, state and security texts, the target methods, and walks over
-// target lists that the library reports wrongly.
+// mode): keys, state and security texts, the target methods, walks over
+// target lists that the library reports wrongly, and port entries that are
+// not valid (through the provider's test build).
 #include "class_test.h"
 #include "vtapi.h"
 
@@ -233,18 +234,27 @@ TEST_F(FCTargetClassTest, TargetListsLongerThanTheirCountOrInACycleEndTheWalk)
 
 namespace {
 
-TEST_F(FCTargetClassTest, StatisticsMoveBetweenReadsAndResetToZero)
+uint64_t number(const std::string& text) { return std::stoull(text); }
+
+TEST_F(FCTargetClassTest, StatisticsMoveBetweenReadsAndStartAgainFromZeroAfterAReset)
 {
     start(host());
     const std::vector<std::string> ports = keys("VeltraFC_Port_Stats");
     ASSERT_EQ(ports.size(), 2u);
     EXPECT_EQ(strcasecmp(ports[0].c_str(), kPortKey), 0);
+    const uint64_t first = number(get("VeltraFC_Port_Stats", kPortKey)["IOCount"]);
+    const uint64_t second = number(get("VeltraFC_Port_Stats", kPortKey)["IOCount"]);
+    EXPECT_GT(second, first) << "live counters move between reads";
+
     vcim::MethodResult result;
     vcim::ObjectPath path = keyPath("VeltraFC_Port_Stats", "VTTGT00001_20:00:00:1F:EE:00:00:01_21:00:00:1F:EE:00:00:01");
     ASSERT_TRUE(broker().invokeMethod(path, "resetportstats", {}, result).ok());
     EXPECT_EQ(result.returnValue.toCimString(), "0");
-    EXPECT_EQ(get("VeltraFC_Port_Stats", kPortKey)["IOCount"], "0");
-    EXPECT_GE(calls("VTAPI_RefreshDeviceStats").size(), 1u);
+    auto again = get("VeltraFC_Port_Stats", kPortKey);
+    EXPECT_GT(number(again["IOCount"]), 0u) << "counting went on after the reset";
+    EXPECT_LT(number(again["IOCount"]), first);
+    EXPECT_EQ(again["LossOfSyncCount"], "0");
+    EXPECT_EQ(again["InvalidTransmissionWordCount"], "0");
 
     ASSERT_EQ(vtsim_fault("VTAPI_ResetDeviceStats", 9, 1), 0);
     vcim::Status s = broker().invokeMethod(path, "ResetPortStats", {}, result);
@@ -253,6 +263,130 @@ TEST_F(FCTargetClassTest, StatisticsMoveBetweenReadsAndResetToZero)
     s = broker().invokeMethod(keyPath("VeltraFC_Port_Stats", "nothing"), "ResetPortStats", {}, result);
     EXPECT_EQ(s.rc, CMPI_RC_ERR_NOT_FOUND);
     EXPECT_EQ(s.msg, "No matching instance found, KeyValue=nothing!");
+}
+
+// Instance IDs of the default host's ports.
+const char* const kVmhba2 = "VT27C40118_20:00:00:1f:ee:27:c4:00_21:00:00:1f:ee:27:c4:00";
+const char* const kVmhba7 = "VT26N51203_20:00:00:1f:ee:26:51:02_21:00:00:1f:ee:26:51:02";
+const char* const kVmhba9 = "VT26N51203_20:00:00:1f:ee:26:51:03_21:00:00:1f:ee:26:51:03";
+const char* const kDcb = "Veltra_FCPort_DCBParams";
+
+TEST_F(FCTargetClassTest, DcbParametersExistWhereTheConfigurationTableReads)
+{
+    start(); // FCoE vmhba7 and vmhba9 beside five native FC ports
+    EXPECT_EQ(keys("VeltraFC_Port_Stats").size(), 7u);
+    EXPECT_EQ(keys(kDcb), (std::vector<std::string>{kVmhba7, kVmhba9}));
+
+    // A failed read leaves the port out, without an error (the five native
+    // ports come first).
+    ASSERT_EQ(vtsim_fault("VTAPI_GetMpiConfigTableParams", 9, 6), 0);
+    EXPECT_EQ(keys(kDcb), (std::vector<std::string>{kVmhba9}));
+    ASSERT_EQ(vtsim_fault("VTAPI_GetMpiConfigTableParams", 9, 6), 0);
+    const std::vector<vcim::Instance> all = instances(kDcb);
+    ASSERT_EQ(all.size(), 1u);
+    EXPECT_EQ(texts(all[0])["InstanceID"], kVmhba9);
+    EXPECT_EQ(keys("VeltraFC_Port_Stats").size(), 7u);
+
+    vcim::Instance none;
+    EXPECT_EQ(broker().getInstance(keyPath(kDcb, kVmhba2), nullptr, none).rc, CMPI_RC_ERR_NOT_FOUND);
+    ASSERT_EQ(vtsim_fault("VTAPI_GetMpiConfigTableParams", 9, 1), 0);
+    EXPECT_EQ(broker().getInstance(keyPath(kDcb, kVmhba7), nullptr, none).rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_EQ(vtsim_live_allocations(), 0);
+}
+
+TEST_F(FCTargetClassTest, DcbParametersAreFoundByKeyWithEveryFieldInPlace)
+{
+    const std::string dcb = R"("dcb": {"port_access_no": 7, "dcbx_enable": 1, "san_priority_cos": 3,
+        "fc_priority_cos": 4, "port_pause_type": 2, "frame_size": 2500, "addressing_mode": 1,
+        "priority_txt_mode": 6, "san_bandwidth_perc": 70, "san_unused_bw_to_lan": 8, "lan_unused_bw_to_san": 9,
+        "willing": 10, "groups": [11, 12, 13, 14, 15, 16, 17, 18], "iscsi_priority_cos": 5})";
+    start(R"({"adapters": [{"name": "VTDCB00001", "chip": "VC16002", "ports": [
+        {"functions": [{"type": "fcoe", "fc": {"node_wwn": "20:00:00:1f:ee:00:00:0a", "port_wwn": "21:00:00:1f:ee:00:00:0a", )" +
+          dcb + R"(}}]},
+        {"functions": [{"type": "fcoe", "fc": {"node_wwn": "20:00:00:1f:ee:00:00:0b", "port_wwn": "21:00:00:1f:ee:00:00:0b",
+           "dcbx_size": 0}}]}]}]})");
+    const std::string key = "VTDCB00001_20:00:00:1f:ee:00:00:0a_21:00:00:1f:ee:00:00:0a";
+    vcim::Instance instance;
+    ASSERT_TRUE(broker().getInstance(keyPath(kDcb, "vtdcb00001_20:00:00:1F:EE:00:00:0A_21:00:00:1F:EE:00:00:0A"),
+                                     nullptr, instance).ok());
+    std::vector<std::string> names, values;
+    for (const vcim::Property& p : instance.props) {
+        names.push_back(p.name);
+        values.push_back(p.value.toCimString());
+    }
+    const std::vector<std::string> expected = {
+        "InstanceID", "PortAccessNo", "DCBXEnable", "SANPriorityCoS", "FCPriorityCoS", "PortPauseType",
+        "FrameSize", "AddressingMode", "PriorityTxtMode", "SANBandwidthPerc", "SANUnusedBwToLAN",
+        "LANUnusedBwToSAN", "Willing", "BwPercDcbxGroup0", "BwPercDcbxGroup1", "BwPercDcbxGroup2",
+        "BwPercDcbxGroup3", "BwPercDcbxGroup4", "BwPercDcbxGroup5", "BwPercDcbxGroup6", "BwPercDcbxGroup7",
+        "iSCSIPriorityCoS", "DcbxParamsBuffer"};
+    ASSERT_EQ(names, expected);
+    values.pop_back();
+    EXPECT_EQ(values, (std::vector<std::string>{key, "7", "1", "3", "4", "2", "2500", "1", "6", "70", "8", "9", "10",
+                                                "11", "12", "13", "14", "15", "16", "17", "18", "5"}));
+    // The raw block: 64 bytes, the record first.
+    const vcim::Value* raw = instance.get("DcbxParamsBuffer");
+    ASSERT_EQ(raw->elems.size(), 64u);
+    EXPECT_EQ(raw->toCimString().substr(0, 16), "7,0,0,0,1,0,0,0,");
+    EXPECT_EQ(logCount("****** Successfully fetched DCBX Params for HBA[" +
+                       std::to_string(VTAPI_GetAdapterList()->first->phy_ports->first->protocols->first->device.instance) +
+                       "]"),
+              1u);
+
+    // No block (an empty one, a failed read): the instance comes without it.
+    auto second = get(kDcb, "VTDCB00001_20:00:00:1f:ee:00:00:0b_21:00:00:1f:ee:00:00:0b");
+    EXPECT_EQ(second["PortAccessNo"], "1");
+    EXPECT_EQ(second.count("DcbxParamsBuffer"), 0u);
+    ASSERT_EQ(vtsim_fault("VTAPI_GetDCBXParams", 9, 1), 0);
+    auto failed = get(kDcb, key);
+    EXPECT_EQ(failed["PortAccessNo"], "7");
+    EXPECT_EQ(failed.count("DcbxParamsBuffer"), 0u);
+    EXPECT_EQ(vtsim_live_allocations(), 0);
+}
+
+// Entries the port list holds but does not mark valid: every FC class passes
+// over them and says so when one is asked for by key.
+TEST_F(FCTargetClassTest, InvalidPortEntriesArePassedOverAndLogged)
+{
+    ASSERT_TRUE(load(FRAME_TEST_LIBRARY, FRAME_MOF_DIR).ok());
+    std::vector<vcim::ObjectPath> paths;
+    ASSERT_TRUE(broker().enumInstanceNames(classPath("Veltra_Server"), paths).ok());
+    const std::vector<std::string> before = keys("Veltra_FCPort_Target");
+    ASSERT_EQ(hook<vtframe_invalidate_fc_port_fn>("vtframe_invalidate_fc_port")(0), 0); // vmhba2
+    ASSERT_EQ(hook<vtframe_invalidate_fc_port_fn>("vtframe_invalidate_fc_port")(5), 0); // vmhba7
+    EXPECT_EQ(hook<vtframe_invalidate_fc_port_fn>("vtframe_invalidate_fc_port")(7), -1);
+
+    EXPECT_EQ(keys("VeltraFC_Port").size(), 5u);
+    EXPECT_EQ(keys("VeltraFC_Port_Stats").size(), 5u);
+    EXPECT_EQ(keys(kDcb), (std::vector<std::string>{kVmhba9}));
+    EXPECT_EQ(keys("Veltra_FCPort_Target").size(), before.size() - 3 - 2) << "vmhba2's and vmhba7's remote ports";
+    for (const vcim::Instance& lun : instances("Veltra_FCPort_Target_LUN"))
+        EXPECT_NE(texts(lun)["FCPort_InstanceID"], kVmhba2);
+
+    const struct {
+        const char* cls;
+        const char* key;
+        const char* who;
+    } gets[] = {{"VeltraFC_Port", kVmhba2, "getInstance_FCPort"},
+                {"VeltraFC_Port_Stats", kVmhba2, "getInstance_FCPort_Stats"},
+                {kDcb, kVmhba7, "getInstance_FCPort_DCBParams"}};
+    for (const auto& g : gets) {
+        vcim::Instance none;
+        EXPECT_EQ(broker().getInstance(keyPath(g.cls, g.key), nullptr, none).rc, CMPI_RC_ERR_NOT_FOUND) << g.cls;
+        EXPECT_EQ(logCount(std::string(g.who) +
+                           ": Found a device that has the same InstanceID but the entry is invalid.  Move on..."),
+                  1u)
+            << g.cls;
+    }
+    vcim::ObjectPath remote = targetPath("50:06:0e:80:10:27:01:01", kVmhba2);
+    vcim::Instance none;
+    EXPECT_EQ(broker().getInstance(remote, nullptr, none).rc, CMPI_RC_ERR_NOT_FOUND);
+    for (const auto& call : {std::make_pair(keyPath("VeltraFC_Port_Stats", kVmhba2), "ResetPortStats"),
+                             std::make_pair(remote, "GetTargetLinkSpeed")}) {
+        const vcim::Status s = invoke(call.first, call.second);
+        EXPECT_EQ(s.msg, "Found a device that has the same Key value but the entry is invalid!") << call.second;
+    }
+    EXPECT_EQ(keys("VeltraFC_Port_Stats").size(), 5u);
 }
 
 } // namespace

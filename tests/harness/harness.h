@@ -14,7 +14,7 @@
 #include <fstream>
 #include <mutex>
 #include <optional>
-#include <regex>
+#include <cstring>
 #include <set>
 #include <sstream>
 
@@ -24,22 +24,54 @@
 
 namespace harness {
 
-// Every operation vtapi.h declares ("VTAPI_Initialize", ...), in header order.
+// Every operation vtapi.h declares ("VTAPI_Initialize", ...), in header order:
+// the name before the parameter list of each top-level declaration.
 inline std::vector<std::string> DeclaredOperations()
 {
     std::ifstream file(VTAPI_HEADER);
     std::stringstream text;
     text << file.rdbuf();
-    std::string src = text.str();
-    // Comments could mention operations with a parenthesis: drop them first.
-    src = std::regex_replace(src, std::regex(R"(/\*[\s\S]*?\*/|//[^\n]*)"), " ");
-    // A prototype: a return type at the start of a line, then the name.
-    const std::regex prototype(R"((^|\n)[A-Za-z_][\w \t]*[\s\*]+(VTAPI_\w+)\s*\()");
+    const std::string src = text.str();
+    // Comments and preprocessor lines out; statements end at ; { }.
+    std::string code;
+    bool lineStart = true;
+    for (size_t i = 0; i < src.size(); ++i) {
+        if (src.compare(i, 2, "/*") == 0) {
+            i = src.find("*/", i);
+            if (i == std::string::npos)
+                break;
+            ++i;
+            continue;
+        }
+        if (src.compare(i, 2, "//") == 0 || (lineStart && src[i] == '#')) {
+            while (i < src.size() && src[i] != '\n')
+                i += src[i] == '\\' ? 2 : 1;  // continued macro lines
+            lineStart = true;
+            code += '\n';
+            continue;
+        }
+        lineStart = src[i] == '\n' || (lineStart && isspace(static_cast<unsigned char>(src[i])));
+        code += strchr(";{}", src[i]) ? ';' : src[i];
+    }
     std::vector<std::string> ops;
     std::set<std::string> seen;
-    for (std::sregex_iterator it(src.begin(), src.end(), prototype), end; it != end; ++it)
-        if (seen.insert((*it)[2]).second)
-            ops.push_back((*it)[2]);
+    std::istringstream statements(code);
+    for (std::string st; std::getline(statements, st, ';');) {
+        const size_t paren = st.find('(');
+        if (paren == std::string::npos || st.find("typedef") != std::string::npos)
+            continue;
+        size_t end = paren;
+        while (end > 0 && isspace(static_cast<unsigned char>(st[end - 1])))
+            --end;
+        size_t begin = end;
+        while (begin > 0 && (isalnum(static_cast<unsigned char>(st[begin - 1])) || st[begin - 1] == '_'))
+            --begin;
+        const std::string name = st.substr(begin, end - begin);
+        // A return type comes first; a bare NAME(...) is a macro use.
+        const bool typed = st.find_first_not_of(" \t\n") < begin;
+        if (typed && name.rfind("VTAPI_", 0) == 0 && seen.insert(name).second)
+            ops.push_back(name);
+    }
     return ops;
 }
 
@@ -257,6 +289,14 @@ inline Snapshot TakeSnapshot(vcim::Broker& broker, const std::vector<ClassInfo>&
     return seen;
 }
 
+// Classes whose instances another client's request may remove on a
+// healthy host: a "SetSRIOVStatus" of the adapter class takes the virtual
+// functions, and their vports, away at once.
+inline bool InstancesMayVanish(const std::string& className)
+{
+    return className == "VeltraNIC_EthernetPort_VirtualFunction" || className == "VeltraNIC_EthernetPort_VirtualPort";
+}
+
 // Every request a client can make of the shipped classes: both
 // enumerations of each class, then for each instance of `seen` a get, the
 // associations, a modify of its writable properties and every method call.
@@ -279,7 +319,7 @@ inline std::vector<Request> AllRequests(const std::vector<ClassInfo>& classes, c
             continue;
         for (const vcim::Instance& inst : it->second) {
             const std::string path = inst.path.toString();
-            out.push_back({"getInstance " + path, true, [inst](vcim::Broker& b) {
+            out.push_back({"getInstance " + path, !InstancesMayVanish(c.name), [inst](vcim::Broker& b) {
                                vcim::Instance got;
                                return b.getInstance(inst.path, nullptr, got);
                            }});

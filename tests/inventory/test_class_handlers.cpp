@@ -18,6 +18,8 @@ const Family kFamilies[] = {
     {"VeltraNIC_Adapter", "NICAdapter", true},
     {"Veltra_PhysicalPort", "Adapter_PhyPort", true},
     {"VeltraFC_Port", "FCPort", true},
+    {"VeltraFC_Port_Stats", "FCPort_Stats", true},
+    {"Veltra_FCPort_DCBParams", "FCPort_DCBParams", true},
     {"VeltraNIC_NPARConfiguration", "NPARConfiguration", true},
     {"VeltraNIC_NPARManagementFunction", "NPARManagementFunction", true},
     {"Veltra_Adapter_ConcreteJob2", "ConcreteJob", false},

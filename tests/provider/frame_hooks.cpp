@@ -307,7 +307,9 @@ int vtframe_install(const char* className, int behaviour, int withBroker)
         if (className && strcmp(className, g_DispatchTable[i].className) != 0)
             continue;
         g_behaviour[i] = behaviour;
-        g_DispatchTable[i].handlers = withBroker ? &g_scripted.withBroker[i] : &g_scripted.plain[i];
+        g_DispatchTable[i].handlers = behaviour == VTFRAME_UNSERVED ? nullptr
+                                      : withBroker                  ? &g_scripted.withBroker[i]
+                                                                    : &g_scripted.plain[i];
         installed = static_cast<int>(i);
     }
     return installed;
@@ -357,6 +359,18 @@ unsigned vtframe_fc_ports(char* ids, size_t size)
                 (g_FCPortList.entries[i].valid ? "" : " invalid") + "\n";
     snprintf(ids, size, "%s", text.c_str());
     return g_FCPortList.count;
+}
+
+int vtframe_invalidate_fc_port(unsigned index)
+{
+    Veltra_Adapter_Provider* p = provider();
+    if (!p)
+        return -1;
+    ScopedLock<VeltraLock> held(p->provider_lock);
+    if (index >= g_FCPortList.count || !g_FCPortList.entries)
+        return -1;
+    g_FCPortList.entries[index].valid = 0;
+    return 0;
 }
 
 const char* vtframe_cmpi_error_string(int rc) { return GetCMPIErrorString(rc); }

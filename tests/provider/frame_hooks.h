@@ -12,6 +12,7 @@ enum VtFrameBehaviour {
     VTFRAME_THROW_UNKNOWN = 2,   // throw a non-CMPI exception
     VTFRAME_FAIL_STATUS = 3,     // setInstance returns CMPI_RC_ERR_INVALID_PARAMETER
     VTFRAME_HOLD = 4,            // hold until the library's backup build shows up (3 s at most)
+    VTFRAME_UNSERVED = 5,        // the row has no handler family
 };
 
 extern "C" {
@@ -32,6 +33,9 @@ typedef int (*vtframe_initialize_again_fn)();
 typedef void (*vtframe_set_diag_mode_fn)(int on);
 // "<instance ID> <port number>[ invalid]" lines; returns the count.
 typedef unsigned (*vtframe_fc_ports_fn)(char* ids, size_t size);
+// Clears the valid flag of FC port entry `index` (under provider_lock), as
+// an entry that was never filled has it; returns 0, or -1 when none.
+typedef int (*vtframe_invalidate_fc_port_fn)(unsigned index);
 typedef const char* (*vtframe_cmpi_error_string_fn)(int rc);
 typedef int (*vtframe_is_property_in_filter_fn)(const char* name, const char** properties);
 typedef int (*vtframe_indication_fn)(int operation, int* enabled);

@@ -125,6 +125,7 @@ TEST_F(FrameTest, EachRequestKindTestsTheRowsInItsOwnOrder)
     std::vector<vcim::Instance> instances;
 
     // A row without a handler family counts as not listed.
+    install("VeltraFC_Port_CTCommand_Diag", VTFRAME_UNSERVED);
     install(echo.c_str());
     ASSERT_TRUE(broker().enumInstanceNames(classPath(echo), names).ok());
     EXPECT_EQ(events(), std::vector<std::string>{"enumInstanceNames " + echo + " P1 W0"});

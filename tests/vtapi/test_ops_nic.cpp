@@ -212,13 +212,21 @@ TEST_F(NicOps, SriovReportsAndChangesVirtualFunctions) {
     VTAPI_SRIOV_VPORT_INFO* vp = nullptr;
     uint32_t n = 0;
     ASSERT_EQ(VTAPI_SRIOVGetVports(a, "vmnic4", 3, &vp, &n), VTAPI_STATUS_OK);
-    ASSERT_EQ(n, 1u);
-    EXPECT_EQ(vp[0].vport_id, 4u);
-    EXPECT_EQ(vp[0].pvid, 100u);
+    ASSERT_EQ(n, 2u);
+    EXPECT_EQ(vp[0].vport_id, 7u);   // after the PF's one and VFs 0-2's two each
+    EXPECT_EQ(vp[1].pvid, 100u);
     VTAPI_FreeMem(vp);
     ASSERT_EQ(VTAPI_SRIOVGetVports(a, "vmnic4", VTAPI_SRIOV_PF, &vp, &n), VTAPI_STATUS_OK);
     EXPECT_EQ(vp[0].vport_id, 0u);
     VTAPI_FreeMem(vp);
+    uint32_t ids[1] = {}, room = 1;
+    ASSERT_EQ(VTAPI_GetVportList(a, "vmnic4", 3, ids, &room), VTAPI_STATUS_OK);
+    EXPECT_EQ(room, 2u);
+    EXPECT_EQ(ids[0], 7u);
+    VTAPI_SRIOV_VPORT_INFO info{};
+    ASSERT_EQ(VTAPI_GetVportInfo(a, "vmnic4", 8, &info), VTAPI_STATUS_OK);
+    EXPECT_EQ(info.pvid, 100u);
+    EXPECT_EQ(VTAPI_GetVportInfo(a, "vmnic4", 9, &info), VTAPI_STATUS_NOT_FOUND);
 
     // Switching SR-IOV off leaves no virtual functions.
     const uint32_t counts[2] = {17, 0};

@@ -84,7 +84,7 @@ TEST_F(Inventory, DefaultHostIsARealisticServer) {
     EXPECT_EQ(fcoe, 2);
     EXPECT_EQ(nic, 2);
     EXPECT_EQ(iscsi, 2);
-    EXPECT_GT(targets, 5);
+    EXPECT_EQ(targets, 15);
     EXPECT_EQ(std::set<uint32_t>(fcChips.begin(), fcChips.end()), (std::set<uint32_t>{27, 25, 12}));
 
     // The converged adapter runs NIC partitioning with SR-IOV data.

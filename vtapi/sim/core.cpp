@@ -1,6 +1,8 @@
 // Framework of the simulated library: the per-call hook, faults, delays, the
 // operation log, caller allocations, persistent state and the vtsim_* control
 // interface.
+#include <atomic>
+#include <chrono>
 #include "sim_private.h"
 #include "vtsim.h"
 
@@ -264,6 +266,19 @@ bool parseOpList(const std::string& text, const std::string& what,
     return ok;
 }
 
+namespace {
+std::atomic<uint64_t> g_libraryNs{0};
+uint64_t nowNs()
+{
+    return static_cast<uint64_t>(
+        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
+            .count());
+}
+} // namespace
+
+OpTimer::OpTimer() : started(nowNs()) {}
+OpTimer::~OpTimer() { g_libraryNs += nowNs() - started; }
+
 bool enter(const char* op, int& rc, const char* fmt, ...) {
     std::string args;
     if (fmt) {
@@ -502,6 +517,8 @@ int vtsim_log_get(size_t i, char* buf, size_t len) {
     std::snprintf(buf, len, "%s", G().log[i].c_str());
     return 0;
 }
+
+unsigned long long vtsim_library_ns(void) { return vtsim::g_libraryNs.load(); }
 
 unsigned long vtsim_log_count(const char* op) {
     auto l = lock();

@@ -20,6 +20,7 @@
 // Log the call, apply delay and fault; returns the fault's code from the
 // enclosing VTAPI_STATUS function when one fires.
 #define OPS_ENTER(op, ...)                                        \
+    const ::vtsim::OpTimer ops_timer_;                            \
     do {                                                          \
         int ops_rc_ = 0;                                          \
         if (::vtsim::enter(op, ops_rc_, __VA_ARGS__))             \

@@ -9,6 +9,10 @@
 //                       early (the test then returns VTAPI_STATUS_BAD)
 //   crc_errors, disparity_errors, frame_length_errors (loopback)
 //   miscompare          data miscompares per target (read/write buffer)
+//   fill_text           true: texts fill their whole buffer, unterminated
+//                       (loopback, FC ping, ELS echo, CT command)
+//   data_length         RDP: the block's valid-length word as reported,
+//                       whatever was written (a lying library)
 //   lost [sequence numbers], unreachable [addresses] (Ethernet ping)
 // Data: "fc/dport/<field>" overrides D-Port results, "fc/capability" the
 // device capability bits, target "link_stats/<counter>" and
@@ -131,6 +135,16 @@ void freeList(T* list) {
     }
 }
 
+// A text as the library writes it; with "fill_text" the whole buffer is
+// filled and left unterminated.
+void libraryText(const char* op, char* dst, size_t size, const std::string& text) {
+    if (dst && size && behaviourOf(op).value("fill_text", false)) {
+        std::memset(dst, 'X', size);
+        return;
+    }
+    copyText(dst, size, text);
+}
+
 // ---- Ethernet port tests -------------------------------------------------------------
 
 struct PortTest {
@@ -214,11 +228,11 @@ VTAPI_STATUS VTAPI_DiagnosticsLoopBackTest(VTAPI_LoopbackResult* result, VTAPISD
                 !result->disparity_errors && !result->frame_length_errors;
     result->loopback_status = pass ? 0 : 1;
     result->status = pass ? 0 : 1;
-    copyText(result->message, sizeof result->message,
+    libraryText("VTAPI_DiagnosticsLoopBackTest", result->message, sizeof result->message,
              aborted ? "Loopback test aborted"
                      : (external && !fc.link) ? "Link is down"
                                               : pass ? "Loopback test passed" : "Loopback test failed");
-    copyText(result->status_text, sizeof result->status_text,
+    libraryText("VTAPI_DiagnosticsLoopBackTest", result->status_text, sizeof result->status_text,
              format("%d iterations, loopback type %u, pattern type %d, attribute %u: %s",
                     request->number_of_test, request->loopback_type, request->pattern_type,
                     request->device_attr, pass ? "passed" : "failed"));
@@ -259,7 +273,7 @@ VTAPI_STATUS VTAPI_DiagnosticsFCPingTest(VTAPISDMDevice* device, const char* tar
     if (rc == VTAPI_STATUS_OK)
         msg = format("FC ping to %s: %d of %d responses received", target_wwpn, iterations, iterations);
     *elapsed = static_cast<uint32_t>(iterations) * 2;
-    copyText(text, text_size, msg);
+    libraryText("VTAPI_DiagnosticsFCPingTest", text, text_size, msg);
     return rc;
 }
 
@@ -287,7 +301,8 @@ VTAPI_STATUS VTAPI_DiagnosticsEchoElsTest(VTAPISDMDevice* device, const char* ta
     result->echo_status = rc == VTAPI_STATUS_OK ? 0 : 1;
     result->return_code = rc;
     result->elapsed_time = static_cast<uint32_t>(iterations) * 3;
-    copyText(result->message, sizeof result->message, aborted ? "ELS echo aborted" : msg);
+    libraryText("VTAPI_DiagnosticsEchoElsTest", result->message, sizeof result->message,
+                aborted ? "ELS echo aborted" : msg);
     return rc;
 }
 
@@ -312,7 +327,7 @@ VTAPI_STATUS VTAPI_DiagnosticsCTCommand(VTAPISDMDevice* device, const char* targ
         msg = format("CT diag type %d to %s: %d of %d accepted", ct_diag_type, target_wwpn,
                      iterations, iterations);
     *elapsed = static_cast<uint32_t>(iterations) * 5;
-    copyText(text, text_size, msg);
+    libraryText("VTAPI_DiagnosticsCTCommand", text, text_size, msg);
     return rc;
 }
 
@@ -355,7 +370,7 @@ VTAPI_STATUS VTAPI_DiagnosticsRDPTest(VTAPISDMDevice* device, VTAPI_RDPResult* r
     uint32_t cap = length->capacity < VTAPI_RDP_DATA_SIZE ? length->capacity : VTAPI_RDP_DATA_SIZE;
     uint32_t n = static_cast<uint32_t>(d.size()) < cap ? static_cast<uint32_t>(d.size()) : cap;
     std::memcpy(result->data, d.data(), n);
-    result->data_length = n;
+    result->data_length = num<uint32_t>(behaviourOf("VTAPI_DiagnosticsRDPTest"), "data_length", n);
     length->return_code = 0;
     return VTAPI_STATUS_OK;
 }

@@ -12,8 +12,10 @@
 //   dcbx_size, preload_tables_version, target_link_speed/<port wwn>
 //   reboot_required     set by every write (not persisted: a reboot clears it)
 // Adapter data: "mezzanine" (bool).
-// Behaviour: VTAPI_RefreshDeviceStats.io_step adds to the traffic counters
-// on each refresh (default 0: counters stay as described);
+// Behaviour: VTAPI_RefreshDeviceStats.io_step adds to the I/O and interrupt
+// counters on each refresh, io_step/16 to the megabyte counter (default
+// kDefaultIoStep, so that live counters move between reads; 0 keeps them as
+// described);
 // VTAPI_IsRebootRequired.answer, when given, is the answer to every reboot
 // query (0: writes never need a reboot).
 #include "ops_common.h"
@@ -26,6 +28,9 @@ using namespace vtsim::ops;
 namespace {
 
 // ---- chip capabilities -----------------------------------------------------------
+
+// I/Os a port does between two statistics refreshes, unless the host says.
+constexpr uint32_t kDefaultIoStep = 1024;
 
 bool hasPersonality(uint32_t t) { return t == 21 || t == 24; }
 bool hasFec(uint32_t t) { return t == 24 || t == 25 || t == 27; }
@@ -464,7 +469,7 @@ VTAPI_STATUS VTAPI_GetFCoEGeneralInfo(VTAPISDMDevice* device, VTAPI_FCoEGeneralI
 VTAPI_STATUS VTAPI_UpdatePortProperty(VTAPISDMDevice* device) {
     OPS_ENTER("VTAPI_UpdatePortProperty", "device=%p", (void*)device);
     FC_DEVICE_OR_FAIL(device);
-    refreshRecords(r);
+    refreshRecords(r, false);
     return VTAPI_STATUS_OK;
 }
 
@@ -481,14 +486,14 @@ VTAPI_STATUS VTAPI_UpdateDiscTargetProperty(VTAPISDMDevice* device, VTAPI_SDMTar
 VTAPI_STATUS VTAPI_RefreshDeviceStats(VTAPISDMDevice* device) {
     OPS_ENTER("VTAPI_RefreshDeviceStats", "device=%p", (void*)device);
     FC_DEVICE_OR_FAIL(device);
-    uint32_t step = num<uint32_t>(behaviour("VTAPI_RefreshDeviceStats"), "io_step", 0);
+    uint32_t step = num<uint32_t>(behaviour("VTAPI_RefreshDeviceStats"), "io_step", kDefaultIoStep);
     if (step) {
         json& s = section(fn.data, "fc/stats");
         for (const char* k : {"io_count", "interrupt_count"})
             s[k] = num<uint32_t>(s, k, 0) + step;
         s["megabyte_count"] = num<uint32_t>(s, "megabyte_count", 0) + step / 16;
     }
-    refreshRecords(r);
+    refreshRecords(r, false);
     return VTAPI_STATUS_OK;
 }
 
@@ -496,7 +501,7 @@ VTAPI_STATUS VTAPI_ResetDeviceStats(VTAPISDMDevice* device) {
     OPS_ENTER("VTAPI_ResetDeviceStats", "device=%p", (void*)device);
     FC_DEVICE_OR_FAIL(device);
     for (const char* k : kStatNames) persist(fn, std::string("fc/stats/") + k, 0);
-    refreshRecords(r);
+    refreshRecords(r, false);
     return VTAPI_STATUS_OK;
 }
 

@@ -183,6 +183,45 @@ void vfMac(const FnRef& r, uint32_t vf, const char* key, vtapi_macaddr* out) {
     if (s.empty() || !parseMac(s, out->addr)) std::memcpy(out->addr, base, 6);
 }
 
+// Vports: the PF's own are ids 0 .. pf_vports - 1, then vports_per_vf for
+// each active VF in turn ("nic/sriov/pf_vports", default 1;
+// "nic/sriov/vports_per_vf", default 2).
+uint32_t pfVports(const FnRef& r) { return sriovNum(r, "pf_vports", 1); }
+uint32_t vportsPerVf(const FnRef& r) { return sriovNum(r, "vports_per_vf", 2); }
+
+// The first id and the number of vports of the PF (VTAPI_SRIOV_PF) or a VF.
+void vportRange(const FnRef& r, uint32_t vf, uint32_t& first, uint32_t& n) {
+    const bool pf = vf == VTAPI_SRIOV_PF;
+    first = pf ? 0 : pfVports(r) + vf * vportsPerVf(r);
+    n = pf ? pfVports(r) : vportsPerVf(r);
+}
+
+// Fills the vport `id`; false when the function has no such vport.
+bool fillVport(const FnRef& r, uint32_t id, VTAPI_SRIOV_VPORT_INFO* v) {
+    const uint32_t pfn = pfVports(r), per = vportsPerVf(r);
+    const bool pf = id < pfn;
+    if (!pf && (per == 0 || (id - pfn) / per >= activeVfs(r))) return false;
+    const uint32_t vf = pf ? 0 : (id - pfn) / per;
+    std::memset(v, 0, sizeof *v);
+    v->vport_id = id;
+    v->enabled = 1;
+    v->bw_min = pf ? 0 : sriovNum(r, vfKey(vf, "bw_min"), 0);
+    v->bw_max = pf ? 100 : sriovNum(r, vfKey(vf, "bw_max"), 100);
+    v->num_mac_filter = 4;
+    v->num_vlan_filter = 8;
+    if (pf)
+        parseMac(text(r.fn->data, "nic/current_mac", "00:00:00:00:00:00"), v->mac_addr.addr);
+    else
+        vfMac(r, vf, "mac", &v->mac_addr);
+    v->vport_state = 1;
+    v->pvid = pf ? num<uint32_t>(r.fn->data, "nic/vlan_id", 0) : sriovNum(r, vfKey(vf, "vlan_id"), 0);
+    v->mtu = 1500;
+    v->num_tx_queues = v->num_rx_queues = 4;
+    v->attached_func_id = pf ? 0 : vf + 1;
+    v->num_queue_pairs = 4;
+    return true;
+}
+
 void fillVf(const FnRef& r, uint32_t vf, VTAPI_SRIOV_VF_INFO* out) {
     std::memset(out, 0, sizeof *out);
     out->vf_id = vf;
@@ -195,7 +234,7 @@ void fillVf(const FnRef& r, uint32_t vf, VTAPI_SRIOV_VF_INFO* out) {
     copyText(out->vf_drv_version, sizeof out->vf_drv_version, "vtvf 1.4.2");
     out->anti_mac_spoof = static_cast<uint8_t>(sriovNum(r, vfKey(vf, "anti_spoof"), 1));
     out->rss_enabled = static_cast<uint8_t>(sriovNum(r, vfKey(vf, "rss"), 0));
-    out->num_vf_active_vports = 1;
+    out->num_vf_active_vports = vportsPerVf(r);
     out->vlan_id = sriovNum(r, vfKey(vf, "vlan_id"), 0);
     out->num_rss_rings = out->rss_enabled ? 4 : 1;
     out->num_mac_filters = 4;
@@ -597,30 +636,39 @@ VTAPI_STATUS VTAPI_SRIOVGetVports(vtapi_adapter_t* adapter, const char* ifname, 
     *list = nullptr;
     *count = 0;
     NIC_OR_FAIL(adapter, ifname);
-    bool pf = vf_index == VTAPI_SRIOV_PF;
-    if (!pf && vf_index >= activeVfs(r)) return VTAPI_STATUS_NOT_FOUND;
-    // One vport each: the PF's is id 0, VF n's is id n + 1.
-    auto* v = static_cast<VTAPI_SRIOV_VPORT_INFO*>(allocForCaller(sizeof(VTAPI_SRIOV_VPORT_INFO)));
+    if (vf_index != VTAPI_SRIOV_PF && vf_index >= activeVfs(r)) return VTAPI_STATUS_NOT_FOUND;
+    uint32_t first = 0, n = 0;
+    vportRange(r, vf_index, first, n);
+    if (n == 0) return VTAPI_STATUS_OK;
+    auto* v = static_cast<VTAPI_SRIOV_VPORT_INFO*>(allocForCaller(n * sizeof(VTAPI_SRIOV_VPORT_INFO)));
     if (!v) return VTAPI_STATUS_NO_MEMORY;
-    v->vport_id = pf ? 0 : vf_index + 1;
-    v->enabled = 1;
-    v->bw_min = pf ? 0 : sriovNum(r, vfKey(vf_index, "bw_min"), 0);
-    v->bw_max = pf ? 100 : sriovNum(r, vfKey(vf_index, "bw_max"), 100);
-    v->num_mac_filter = 4;
-    v->num_vlan_filter = 8;
-    if (pf)
-        parseMac(text(fn.data, "nic/current_mac", "00:00:00:00:00:00"), v->mac_addr.addr);
-    else
-        vfMac(r, vf_index, "mac", &v->mac_addr);
-    v->vport_state = 1;
-    v->pvid = pf ? num<uint32_t>(fn.data, "nic/vlan_id", 0) : sriovNum(r, vfKey(vf_index, "vlan_id"), 0);
-    v->mtu = 1500;
-    v->num_tx_queues = v->num_rx_queues = 4;
-    v->attached_func_id = pf ? 0 : vf_index + 1;
-    v->num_queue_pairs = 4;
+    for (uint32_t i = 0; i < n; ++i) fillVport(r, first + i, &v[i]);
     *list = v;
-    *count = 1;
+    *count = n;
     return VTAPI_STATUS_OK;
+}
+
+VTAPI_STATUS VTAPI_GetVportList(vtapi_adapter_t* adapter, const char* ifname, uint32_t vf_index,
+                                uint32_t* ids, uint32_t* count) {
+    OPS_ENTER("VTAPI_GetVportList", "adapter=%p ifname=%s vf=%u", (void*)adapter, str(ifname), vf_index);
+    if (!count || (*count && !ids)) return VTAPI_STATUS_INVALID_PARAM;
+    NIC_OR_FAIL(adapter, ifname);
+    if (!sriovSupported(r)) return VTAPI_STATUS_NOT_SUPPORTED;
+    if (vf_index != VTAPI_SRIOV_PF && vf_index >= activeVfs(r)) return VTAPI_STATUS_NOT_FOUND;
+    uint32_t first = 0, n = 0;
+    vportRange(r, vf_index, first, n);
+    for (uint32_t i = 0; i < n && i < *count; ++i) ids[i] = first + i;
+    *count = n;
+    return VTAPI_STATUS_OK;
+}
+
+VTAPI_STATUS VTAPI_GetVportInfo(vtapi_adapter_t* adapter, const char* ifname, uint32_t vport_id,
+                                VTAPI_SRIOV_VPORT_INFO* info) {
+    OPS_ENTER("VTAPI_GetVportInfo", "adapter=%p ifname=%s vport=%u", (void*)adapter, str(ifname), vport_id);
+    if (!info) return VTAPI_STATUS_INVALID_PARAM;
+    NIC_OR_FAIL(adapter, ifname);
+    if (!sriovSupported(r)) return VTAPI_STATUS_NOT_SUPPORTED;
+    return fillVport(r, vport_id, info) ? VTAPI_STATUS_OK : VTAPI_STATUS_NOT_FOUND;
 }
 
 VTAPI_STATUS VTAPI_SRIOVSetVfAntiMacSpoofChk(vtapi_adapter_t* adapter, const char* ifname,

@@ -8,8 +8,12 @@
 // (the flash copy) is the same per-function masks and bandwidths: a write
 // is visible at once and takes effect on the adapter after a reboot.
 // Behaviour: VTAPI_RefreshNPARStats.step adds to the eSwitch frame counters.
+// vtsim_reset_adapter clears the running eSwitch settings, as an adapter
+// reset (or a host reboot) does.
 #include "ops_common.h"
 #include "records.h"
+#include "sim_private.h"
+#include "vtsim.h"
 
 #include <cstddef>
 
@@ -63,6 +67,9 @@ const EswDef kEsw[] = {
     E("policy_datap", policy.policy_datap, UINT32_MAX),
 };
 #undef E
+
+// Power-on values of the eSwitch settings (every other field starts at 0).
+uint32_t eswPowerOn(const char* key) { return std::strcmp(key, "mac_addr_change") == 0 ? 1 : 0; }
 
 uint32_t eswField(const vtapi_esw_func_v2_t& rec, const EswDef& d) {
     uint32_t v;
@@ -215,6 +222,28 @@ VTAPI_STATUS VTAPI_RefreshNPARStats(vtapi_adapter_t* adapter) {
         }
     refreshRecords(FnRef{r.host, r.a});
     return VTAPI_STATUS_OK;
+}
+
+int vtsim_reset_adapter(const char* serial) {
+    auto g = lock();
+    FnRef r = findAdapterByName(serial ? serial : "");
+    if (!r) {
+        setLastError(std::string("no adapter ") + (serial ? serial : "(null)"));
+        return -1;
+    }
+    auto it = r.a->data.find("npar");
+    if (it == r.a->data.end() || !it->is_object()) {
+        setLastError(std::string("adapter ") + serial + " is not NPAR-capable");
+        return -1;
+    }
+    json fns = (*it)["functions"];
+    for (auto& f : fns) {
+        json& esw = section(f, "esw");
+        for (const auto& d : kEsw) esw[d.key] = eswPowerOn(d.key);
+    }
+    persist(*r.a, "npar/functions", fns);
+    refreshRecords(FnRef{r.host, r.a});
+    return 0;
 }
 
 }  // extern "C"

@@ -107,6 +107,7 @@ static const Field kDevice[] = {
     FLD("fc/is_virtual_port", U8, Dev, is_virtual_port),
     FLD("fc/connection_mode", U8, Dev, connection_mode),
     FLD("fc/topology", U8, Dev, topology),
+    FLD("fc/capability", U8, Dev, capability),
     FLD("fc/protocol_subsys_id", U16, Dev, protocol_subsys_id),
     FLD("fc/pci_link/max_width", U16, Dev, pci_max_width),
     FLD("fc/pci_link/width", U16, Dev, pci_negotiated_width),

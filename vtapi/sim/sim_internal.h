@@ -118,6 +118,16 @@ Host& host();
 // returns true with rc set when a fault is armed for op (or the host
 // description's behaviour section gives op a non-zero "rc").
 // Also performs lazy initialisation (default host, environment variables).
+// Adds the time from its construction to its end to the library's own time
+// (vtsim_library_ns), for the benchmarks.
+struct OpTimer {
+    OpTimer();
+    ~OpTimer();
+    OpTimer(const OpTimer&) = delete;
+    OpTimer& operator=(const OpTimer&) = delete;
+    uint64_t started;
+};
+
 bool enter(const char* op, int& rc, const char* fmt = nullptr, ...)
     __attribute__((format(printf, 3, 4)));
 
@@ -148,7 +158,9 @@ FnRef findAdapterByName(const std::string& serial);
 // null) in every live tree from the model, in place: pointers stay valid,
 // the shape of the tree does not change. Use after changing model data that
 // the tree shows (link state, PXE cache, NPAR data...).
-void refreshRecords(const FnRef& r);
+// `targets` false: only the function's own record (its statistics, port
+// properties), not its targets and LUNs.
+void refreshRecords(const FnRef& r, bool targets = true);
 
 // Raises the configuration-change mark (VTAPI_DidConfigChange then returns 1).
 void markConfigChanged();

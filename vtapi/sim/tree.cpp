@@ -287,7 +287,7 @@ std::unique_ptr<Tree> build(const std::shared_ptr<Host>& host) {
 }
 
 // Rewrites the records of adapter ai (function fi of port pi when given).
-void refreshIn(Tree& t, size_t ai, size_t pi, size_t fi) {
+void refreshIn(Tree& t, size_t ai, size_t pi, size_t fi, bool targets) {
     if (ai >= t.adapters.size() || ai >= t.host->adapters.size()) return;
     const Adapter& a = t.host->adapters[ai];
     AdRec& ar = t.adapters[ai];
@@ -299,7 +299,7 @@ void refreshIn(Tree& t, size_t ai, size_t pi, size_t fi) {
             const Function& fn = a.ports[p].functions[f];
             FnRec& fr = ar.ports[p].fns[f];
             fillProtocol(fr.rec, fn);
-            for (size_t ti = 0; ti < fr.targets.size() && ti < fn.targets.size(); ++ti) {
+            for (size_t ti = 0; targets && ti < fr.targets.size() && ti < fn.targets.size(); ++ti) {
                 fillFields(fr.targets[ti].rec, fn.targets[ti].data, kTargetFields);
                 for (size_t li = 0; li < fr.targets[ti].luns.size() && li < fn.targets[ti].luns.size(); ++li)
                     fillLun(fr.targets[ti].luns[li], fn.targets[ti].luns[li], fn.targets[ti].data);
@@ -420,14 +420,14 @@ FnRef findAdapterByName(const std::string& serial) {
     return FnRef{};
 }
 
-void refreshRecords(const FnRef& r) {
+void refreshRecords(const FnRef& r, bool targets) {
     auto l = lock();
     if (!r.a || !r.host) return;
     size_t ai = static_cast<size_t>(r.a - r.host->adapters.data());
     size_t pi = r.p ? static_cast<size_t>(r.p - r.a->ports.data()) : SIZE_MAX;
     size_t fi = (r.p && r.fn) ? static_cast<size_t>(r.fn - r.p->functions.data()) : SIZE_MAX;
     for (auto* t : {T().main.get(), T().backup.get()})
-        if (t && t->host.get() == r.host) refreshIn(*t, ai, pi, fi);
+        if (t && t->host.get() == r.host) refreshIn(*t, ai, pi, fi, targets);
 }
 
 }  // namespace vtsim
@@ -439,6 +439,7 @@ using namespace vtsim;
 extern "C" {
 
 VTAPI_STATUS VTAPI_Initialize(int32_t debug_level, uint32_t reserved) {
+    const OpTimer opTimer;
     int rc;
     if (enter("VTAPI_Initialize", rc, "debug=%d, reserved=%u", debug_level, reserved)) return rc;
     auto l = lock();
@@ -452,6 +453,7 @@ VTAPI_STATUS VTAPI_Initialize(int32_t debug_level, uint32_t reserved) {
 }
 
 VTAPI_STATUS VTAPI_Uninitialize(void) {
+    const OpTimer opTimer;
     int rc;
     if (enter("VTAPI_Uninitialize", rc)) return rc;
     auto l = lock();
@@ -460,6 +462,7 @@ VTAPI_STATUS VTAPI_Uninitialize(void) {
 }
 
 VTAPI_STATUS VTAPI_SetToolID(uint32_t tool_id) {
+    const OpTimer opTimer;
     int rc;
     if (enter("VTAPI_SetToolID", rc, "id=%u", tool_id)) return rc;
     auto l = lock();
@@ -468,6 +471,7 @@ VTAPI_STATUS VTAPI_SetToolID(uint32_t tool_id) {
 }
 
 VTAPI_STATUS VTAPI_SetToolVersion(uint8_t major, uint8_t minor, uint8_t build, uint8_t reserved) {
+    const OpTimer opTimer;
     int rc;
     if (enter("VTAPI_SetToolVersion", rc, "%u.%u.%u, reserved=%u", major, minor, build, reserved))
         return rc;
@@ -479,6 +483,7 @@ VTAPI_STATUS VTAPI_SetToolVersion(uint8_t major, uint8_t minor, uint8_t build, u
 }
 
 vtapi_adapter_list_t* VTAPI_GetAdapterList(void) {
+    const OpTimer opTimer;
     int rc;
     if (enter("VTAPI_GetAdapterList", rc)) return nullptr;
     auto l = lock();
@@ -487,6 +492,7 @@ vtapi_adapter_list_t* VTAPI_GetAdapterList(void) {
 }
 
 uint32_t VTAPI_DidConfigChange(void) {
+    const OpTimer opTimer;
     int rc;
     if (enter("VTAPI_DidConfigChange", rc)) return static_cast<uint32_t>(rc);
     auto l = lock();
@@ -494,6 +500,7 @@ uint32_t VTAPI_DidConfigChange(void) {
 }
 
 void VTAPI_ResetConfigChange(void) {
+    const OpTimer opTimer;
     int rc;
     if (enter("VTAPI_ResetConfigChange", rc)) return;
     auto l = lock();
@@ -501,6 +508,7 @@ void VTAPI_ResetConfigChange(void) {
 }
 
 VTAPI_STATUS VTAPI_UpdateBackupAdapterList(void) {
+    const OpTimer opTimer;
     int rc;
     if (enter("VTAPI_UpdateBackupAdapterList", rc)) return rc;
     auto l = lock();
@@ -514,6 +522,7 @@ VTAPI_STATUS VTAPI_UpdateBackupAdapterList(void) {
 }
 
 VTAPI_STATUS VTAPI_SwapBackupToMainAdapterList(void) {
+    const OpTimer opTimer;
     int rc;
     if (enter("VTAPI_SwapBackupToMainAdapterList", rc)) return rc;
     auto l = lock();
@@ -528,18 +537,20 @@ VTAPI_STATUS VTAPI_SwapBackupToMainAdapterList(void) {
 }
 
 void VTAPI_FreeMem(void* buffer) {
+    const OpTimer opTimer;
     int rc;
     if (enter("VTAPI_FreeMem", rc, "%p", buffer)) return;
     freeForCaller(buffer);
 }
 
 VTAPI_STATUS VTAPI_RefreshData(void) {
+    const OpTimer opTimer;
     int rc;
     if (enter("VTAPI_RefreshData", rc)) return rc;
     auto l = lock();
     TreeState& ts = T();
     if (!ts.initialized || !ts.main) return VTAPI_STATUS_NOT_INITIALIZED;
-    for (size_t ai = 0; ai < ts.main->adapters.size(); ++ai) refreshIn(*ts.main, ai, SIZE_MAX, SIZE_MAX);
+    for (size_t ai = 0; ai < ts.main->adapters.size(); ++ai) refreshIn(*ts.main, ai, SIZE_MAX, SIZE_MAX, true);
     return VTAPI_STATUS_OK;
 }
 

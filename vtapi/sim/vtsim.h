@@ -53,6 +53,8 @@ int vtsim_log_get(size_t i, char *buf, size_t len);
 /* Number of calls of op since the last clear (op NULL: all calls). */
 unsigned long vtsim_log_count(const char *op);
 void vtsim_log_clear(void);
+/* Nanoseconds spent inside library operations since the library was loaded. */
+unsigned long long vtsim_library_ns(void);
 
 /* Buffers handed to the caller and not yet released with VTAPI_FreeMem. */
 long vtsim_live_allocations(void);
@@ -62,6 +64,12 @@ long vtsim_bad_frees(void);
 /* Number of adapter trees built and released so far (main + backup). */
 long vtsim_trees_built(void);
 long vtsim_trees_released(void);
+
+/* Adapter reset: the running eSwitch settings of every NPAR function of the
+ * adapter `serial` go back to their power-on values (mac_addr_change 1,
+ * every other setting 0), as after a host reboot; the tree shows it at once.
+ * -1 for an unknown or not NPAR-capable adapter. */
+int vtsim_reset_adapter(const char* serial);
 
 /* Persistent state as JSON text (copied into buf; returns the full length). */
 size_t vtsim_state_json(char *buf, size_t len);
