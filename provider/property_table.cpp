@@ -78,7 +78,8 @@ CmpiData FieldValue(const void* record, FieldStore store, size_t offset, size_t 
     case FieldStore::S16: return integerData(type, loadAs<int16_t>(record, offset));
     case FieldStore::S32: return integerData(type, loadAs<int32_t>(record, offset));
     case FieldStore::S64: return integerData(type, loadAs<int64_t>(record, offset));
-    case FieldStore::Text: {
+    case FieldStore::Text:
+    case FieldStore::FixedText: {
         const char* at = static_cast<const char*>(record) + offset;
         text.assign(at, strnlen(at, size));
         return CmpiData(text.c_str());
@@ -137,12 +138,12 @@ ValueRead ReadTextProperty(const CmpiInstance& inst, const char* name, std::stri
 ValueRead StoreFieldValue(const CmpiInstance& inst, const char* name, void* record, FieldStore store,
                           size_t offset, size_t size)
 {
-    if (store == FieldStore::Text) {
+    if (store == FieldStore::Text || store == FieldStore::FixedText) {
         std::string text;
         const ValueRead read = ReadTextProperty(inst, name, text);
         if (read != ValueRead::Ok)
             return read;
-        if (text.size() >= size)
+        if (text.size() > size || (store == FieldStore::Text && text.size() == size))
             return ValueRead::Invalid;
         char* at = static_cast<char*>(record) + offset;
         memset(at, 0, size);

@@ -24,8 +24,9 @@
 #include <type_traits>
 #include <vector>
 
-// How a record field is stored in memory.
-enum class FieldStore : uint8_t { None, U8, U16, U32, U64, S8, S16, S32, S64, Text };
+// How a record field is stored in memory. Text is terminated within its
+// field; FixedText may fill its field wholly (no terminator then).
+enum class FieldStore : uint8_t { None, U8, U16, U32, U64, S8, S16, S32, S64, Text, FixedText };
 
 template <class T>
 constexpr FieldStore StoreOf()
@@ -95,6 +96,11 @@ struct Property {
 #define VELTRA_WRITABLE_FIELD(R, member, cimName, cimType)                                          \
     VELTRA_FIELD_ROW(R, member, cimName, cimType, Write::Yes)
 
+// A character field that a full-length text fills without a terminator.
+#define VELTRA_FIXED_TEXT_FIELD(R, member, cimName, writeMode)                                      \
+    Property<R>{cimName, CMPI_string, FieldStore::FixedText, offsetof(R, member), sizeof(R::member),  \
+                nullptr, writeMode, 0}
+
 template <class R>
 Property<R> Computed(const char* name, CMPIType type, bool (*get)(const R&, PropertyValue&), int tag = 0,
                      Write write = Write::No)
@@ -123,7 +129,8 @@ ValueRead ReadIntegerProperty(const CmpiInstance& inst, const char* name, int64_
 ValueRead ReadTextProperty(const CmpiInstance& inst, const char* name, std::string& value);
 // Reads the request's value for a field and stores it: integers checked
 // against the field's range; a text must fit its field with room for the
-// terminator (shorter texts are zero-filled, so nothing of the old one stays).
+// terminator, a fixed text may fill it (shorter texts are zero-filled, so
+// nothing of the old one stays).
 ValueRead StoreFieldValue(const CmpiInstance& inst, const char* name, void* record, FieldStore store,
                           size_t offset, size_t size);
 

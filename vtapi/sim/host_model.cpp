@@ -423,7 +423,8 @@ json iscsiDefaults(const std::string& name, const json& a, size_t pi, Ctx& c) {
 
 json iscsiTargetDefaults(size_t ti, size_t pi, Ctx& c) {
     unsigned s = ++c.tgtSeq;
-    return {{"name", format("iqn.1992-08.com.acme:array1.tgt%u", s)},
+    return {{"in_use", 1},
+            {"name", format("iqn.1992-08.com.acme:array1.tgt%u", s)},
             {"alias", format("array1-tgt%u", s)},
             {"ip", format("192.168.%u.%u", 10 + (unsigned)pi, 200 + (unsigned)ti % 50)},
             {"port", 3260},

@@ -260,6 +260,7 @@ static const Field kPortal[] = {
 TABLE(kPortalFields, kPortal);
 
 static const Field kIscsiTarget[] = {
+    FLD("in_use", U32, ITgt, in_use),
     FLD("name", Text, ITgt, iscsi_name),
     FLD("target_id", U32, ITgt, target_id),
     FLD("ip", IscsiIp, ITgt, ip_addr),
