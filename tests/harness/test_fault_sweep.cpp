@@ -7,6 +7,10 @@
 // every buffer the library handed out must be released on unload.
 #include "harness.h"
 
+#include <nlohmann/json.hpp>
+
+#include <fstream>
+
 #include <algorithm>
 
 namespace {
@@ -22,7 +26,21 @@ protected:
         // Lean logging: the sweep loads the provider many times.
         properties("ErrorLog=1\n");
         write(at("/proc/sys/kernel/hostname"), "localhost\n");
+        // The default host with small dumps: the sweep downloads a chunk in
+        // every walk, and the chunk size does not change what it checks.
+        std::ifstream in(DEFAULT_HOST);
+        nlohmann::json host = nlohmann::json::parse(in);
+        for (const char* op : {"VTAPI_NicGetFirmwareDump", "VTAPI_NicGetPhantomCoreDump", "VTAPI_SDGetCoreDump"})
+            host["behaviour"][op]["dump_size"] = 4096;
+        write(at("/sweep_host.json"), host.dump());
+        setenv("VTAPI_SIM_HOST", at("/sweep_host.json").c_str(), 1);
         classes_ = harness::ShippedClasses();
+    }
+
+    void TearDown() override
+    {
+        unsetenv("VTAPI_SIM_HOST");
+        FrameTest::TearDown();
     }
 
     std::string timed(const std::string& what, const std::function<vcim::Status()>& request,
