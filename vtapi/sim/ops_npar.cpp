@@ -213,7 +213,8 @@ VTAPI_STATUS VTAPI_RefreshNPARInfo(vtapi_adapter_t* adapter) {
 VTAPI_STATUS VTAPI_RefreshNPARStats(vtapi_adapter_t* adapter) {
     OPS_ENTER("VTAPI_RefreshNPARStats", "adapter=%p", (void*)adapter);
     NPAR_OR_FAIL(adapter);
-    uint64_t step = num<uint64_t>(behaviour("VTAPI_RefreshNPARStats"), "step", 0);
+    // Counters move between reads unless the host says otherwise.
+    uint64_t step = num<uint64_t>(behaviour("VTAPI_RefreshNPARStats"), "step", 3);
     if (step)
         for (auto& f : np["functions"]) {
             json& s = section(f, "esw_stats");
