@@ -876,7 +876,7 @@ CmpiStatus CmpiBaseMI::cleanup(CmpiContext&) { return CmpiStatus(CMPI_RC_OK); }
 
 int CmpiBaseMI::isUnloadable() const { return 1; }
 
-CMPIStatus CmpiBaseMI::driveBaseCleanup(void* vmi, const CMPIContext* eCtx, CMPIBoolean) {
+CMPIStatus CmpiBaseMI::driveBaseCleanup(void* vmi, const CMPIContext* eCtx, CMPIBoolean terminating) {
     // Every MI record has the instance record's layout: hdl, then ft.
     CMPIInstanceMI* mi = static_cast<CMPIInstanceMI*>(vmi);
     // A record whose object is already gone has nothing left to clean up.
@@ -885,21 +885,25 @@ CMPIStatus CmpiBaseMI::driveBaseCleanup(void* vmi, const CMPIContext* eCtx, CMPI
     const CMPIBroker* mb = CmpiImplAccess::brokerOf(obj);
     CmpiContext ctx(eCtx);
 
-    int unloadable = 0;
-    CMPIStatus st = CmpiImplAccess::guarded(mb, [&] {
-        unloadable = obj->isUnloadable();
-        return CmpiStatus(CMPI_RC_OK);
-    });
-    if (st.rc != CMPI_RC_OK) return st;
-    if (!unloadable) return failure(nullptr, CMPI_RC_ERR_NOT_SUPPORTED, nullptr);
+    // A shutting-down object manager cannot take a refusal: the provider
+    // is cleaned up whatever it would answer.
+    if (!terminating) {
+        int unloadable = 0;
+        CMPIStatus st = CmpiImplAccess::guarded(mb, [&] {
+            unloadable = obj->isUnloadable();
+            return CmpiStatus(CMPI_RC_OK);
+        });
+        if (st.rc != CMPI_RC_OK) return st;
+        if (!unloadable) return failure(nullptr, CMPI_RC_ERR_NOT_SUPPORTED, nullptr);
+    }
 
     CmpiProviderBase* pb = obj->providerBase;
     if (pb && pb->decUseCount() > 0) return okStatus();  // other MI records still use it
     if (pb) pb->setBaseMI(nullptr);
     obj->providerBase = nullptr;
 
-    st = CmpiImplAccess::guarded(mb, [&] { return obj->cleanup(ctx); });
-    if (st.rc == CMPI_RC_DO_NOT_UNLOAD || st.rc == CMPI_RC_NEVER_UNLOAD) {
+    CMPIStatus st = CmpiImplAccess::guarded(mb, [&] { return obj->cleanup(ctx); });
+    if (!terminating && (st.rc == CMPI_RC_DO_NOT_UNLOAD || st.rc == CMPI_RC_NEVER_UNLOAD)) {
         // The provider stays loaded: undo the release so later calls still work.
         obj->providerBase = pb;
         if (pb) {
