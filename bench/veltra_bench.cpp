@@ -6,9 +6,12 @@
 //    memcpy and write of the same bytes;
 //  - how long an inventory refresh holds provider_lock beyond the adapter
 //    library's own time, per 64 FC functions;
-//  - the CPU the idle polling thread uses.
+//  - the CPU the idle polling thread uses;
+//  - downloading a NIC firmware dump in 512 KiB chunks, against a plain read
+//    of the same file.
 // Prints one table and writes the figures as JSON.
 #include "broker.h"
+#include "cli/dump.h"
 #include "vtapi.h"
 #include "vtsim.h"
 
@@ -26,6 +29,7 @@
 #include <fstream>
 #include <functional>
 #include <random>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -38,6 +42,7 @@ namespace {
 struct Options {
     std::string provider, nullProvider, mofDir, root, out;
     double idleSeconds = 10;
+    uint32_t dumpBytes = 64u << 20;
 };
 
 double seconds(Clock::duration d) { return std::chrono::duration<double>(d).count(); }
@@ -207,6 +212,38 @@ json refreshLock(vcim::Broker& real)
             {"request_overhead_s", call}, {"beyond_library_ms_per_64", per64 * 1e3}};
 }
 
+// A firmware dump of the first NIC function, downloaded chunk by chunk
+// through the object manager, against reading the written file back.
+json dumpDownload(vcim::Broker& real, const std::string& root)
+{
+    std::vector<vcim::ObjectPath> ports;
+    if (!real.enumInstanceNames(classPath("VeltraNIC_EthernetPort"), ports).ok() || ports.empty() ||
+        ports[0].keys.empty())
+        return json::object();
+    vcim::cli::DumpRequest request;
+    request.function = ports[0].keys[0].value.s;
+    request.file = root + "/bench_dump.bin";
+    std::ostringstream out;
+    const long rssBefore = maxRssKiB();
+    const auto start = Clock::now();
+    check(vcim::cli::RunDump(real, request, out), "dump download");
+    const double download = seconds(Clock::now() - start);
+    const long rssGrowth = maxRssKiB() - rssBefore;
+    std::vector<char> buffer(512u << 10);
+    size_t bytes = 0;
+    const double floor = fastest([&] {
+        bytes = 0;
+        FILE* f = fopen(request.file.c_str(), "rb");
+        for (size_t n; f && (n = fread(buffer.data(), 1, buffer.size(), f)) > 0;)
+            bytes += n;
+        if (f)
+            fclose(f);
+    });
+    unlink(request.file.c_str());
+    return {{"bytes", bytes}, {"chunk_bytes", buffer.size()}, {"provider_s", download}, {"read_s", floor},
+            {"ratio", floor > 0 ? download / floor : 0}, {"peak_rss_growth_kib", rssGrowth}};
+}
+
 json idlePolling(double span)
 {
     const double before = cpuSeconds();
@@ -234,6 +271,12 @@ void printTable(const json& r)
            lock["fc_functions"].get<size_t>(), lock["refresh_s"].get<double>() * 1e3,
            lock["library_s"].get<double>() * 1e3, lock["request_overhead_s"].get<double>() * 1e3,
            lock["beyond_library_ms_per_64"].get<double>());
+    const json& dump = r["dump_download"];
+    if (!dump.empty())
+        printf("dump download %zu bytes in 512 KiB chunks: %.3f s; plain read %.4f s; ratio %.1f (goal <= 3); "
+               "peak RSS growth %ld KiB\n",
+               dump["bytes"].get<size_t>(), dump["provider_s"].get<double>(), dump["read_s"].get<double>(),
+               dump["ratio"].get<double>(), dump["peak_rss_growth_kib"].get<long>());
     const json& idle = r["idle_polling"];
     printf("idle polling thread: %.4f %% CPU over %.0f s (goal <= 0.1 %%)\n", idle["cpu_percent"].get<double>(),
            idle["seconds"].get<double>());
@@ -253,6 +296,7 @@ int main(int argc, char** argv)
         else if (a == "--root") o.root = v;
         else if (a == "--out") o.out = v;
         else if (a == "--idle-seconds") o.idleSeconds = atof(v.c_str());
+        else if (a == "--dump-bytes") o.dumpBytes = static_cast<uint32_t>(strtoul(v.c_str(), nullptr, 10));
     }
     if (o.provider.empty() || o.nullProvider.empty() || o.mofDir.empty() || o.root.empty()) {
         fprintf(stderr, "usage: veltra-bench --provider LIB --null-provider LIB --mof DIR --root DIR [--out JSON]\n"
@@ -260,6 +304,17 @@ int main(int argc, char** argv)
         return 2;
     }
     setenv("VELTRA_ROOT", o.root.c_str(), 1);
+    // The benchmark host with a NIC firmware dump of the size asked for.
+    if (const char* hostFile = getenv("VTAPI_SIM_HOST"); hostFile && *hostFile) {
+        std::ifstream in(hostFile);
+        json host = json::parse(in, nullptr, false);
+        if (host.is_object()) {
+            host["behaviour"]["VTAPI_NicGetFirmwareDump"]["dump_size"] = o.dumpBytes;
+            const std::string patched = o.root + "/bench_host.json";
+            std::ofstream(patched) << host.dump();
+            setenv("VTAPI_SIM_HOST", patched.c_str(), 1);
+        }
+    }
 
     vcim::BrokerOptions realOptions;
     realOptions.providerLibrary = o.provider;
@@ -286,6 +341,7 @@ int main(int argc, char** argv)
     report["enumeration"] = enumerations(real, null, serve);
     report["firmware_upload"] = firmwareUpload(real, o.root);
     report["refresh_lock"] = refreshLock(real);
+    report["dump_download"] = dumpDownload(real, o.root);
     report["idle_polling"] = idlePolling(o.idleSeconds);
     report["peak_rss_kib"] = maxRssKiB();
     printTable(report);
