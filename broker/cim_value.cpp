@@ -504,6 +504,7 @@ bool ObjectPath::parse(const std::string& raw, ObjectPath& out, std::string* err
     if (text.compare(0, 2, "//") == 0) {
         size_t slash = text.find('/', 2);
         if (slash == std::string::npos) return fail(err, "missing '/' after the host in '" + text + "'");
+        if (slash == 2) return fail(err, "empty host in '" + text + "'");
         p.host = text.substr(2, slash - 2);
         pos = slash + 1;
     }

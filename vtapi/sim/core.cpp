@@ -68,7 +68,12 @@ void loadState() {
     if (g.stateFile.empty()) return;
     std::ifstream in(g.stateFile);
     if (!in) return;   // first process: no state yet
-    json doc = json::parse(in, nullptr, false);
+    json doc;
+    try {
+        doc = json::parse(in);
+    } catch (const json::exception&) {
+        doc = nullptr;   // reported below
+    }
     if (doc.is_object())
         g.state = std::move(doc);
     else

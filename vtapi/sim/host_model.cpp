@@ -1140,20 +1140,21 @@ std::shared_ptr<Host> parseHost(const json& doc, std::string& err) {
 }
 
 std::shared_ptr<Host> parseHost(const std::string& text, std::string& err) {
-    json doc = json::parse(text, nullptr, false);
-    if (doc.is_discarded()) {
-        // Parse again with exceptions for the position and reason.
-        try {
-            json again = json::parse(text);
-            (void)again;
-        } catch (const json::parse_error& e) {
-            err = std::string("malformed JSON: ") + e.what();
-            return nullptr;
-        }
-        err = "malformed JSON";
+    // Parsed with exceptions: the non-throwing form still throws on a number
+    // out of range, and the exception carries the position and reason.
+    json doc;
+    try {
+        doc = json::parse(text);
+    } catch (const json::exception& e) {
+        err = std::string("malformed JSON: ") + e.what();
         return nullptr;
     }
-    return parseHost(doc, err);
+    try {
+        return parseHost(doc, err);
+    } catch (const json::exception& e) {   // a value the checks above missed
+        err = std::string("host description: ") + e.what();
+        return nullptr;
+    }
 }
 
 }  // namespace vtsim
