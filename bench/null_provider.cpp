@@ -60,10 +60,10 @@ void setProperty(CMPIInstance* inst, const vcim::Property& p)
     }
     const CMPIType element = p.value.type & ~CMPI_ARRAY;
     CMPIArray* array =
-        CMNewArray(g_broker, static_cast<CMPICount>(p.value.elems.size()), element == CMPI_string ? CMPI_chars : element,
+        CMNewArray(g_broker, static_cast<CMPICount>(p.value.count()), element == CMPI_string ? CMPI_chars : element,
                    nullptr);
-    for (size_t i = 0; i < p.value.elems.size(); ++i) {
-        CMPIValue v = scalar(p.value.elems[i], type);
+    for (size_t i = 0; i < p.value.count(); ++i) {
+        CMPIValue v = scalar(p.value.at(i), type);
         CMSetArrayElementAt(array, static_cast<CMPICount>(i), &v, type);
     }
     CMPIValue v{};

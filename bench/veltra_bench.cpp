@@ -139,14 +139,11 @@ json firmwareUpload(vcim::Broker& real, const std::string& root)
     const auto start = Clock::now();
     uint32_t jobId = 0;
     for (size_t i = 0; i < kImage / kPiece; ++i) {
-        std::vector<vcim::Value> bytes;
-        bytes.reserve(kPiece);
-        for (size_t j = 0; j < kPiece; ++j)
-            bytes.push_back(vcim::Value::uint(CMPI_uint8, image[i * kPiece + j]));
+        std::vector<uint8_t> bytes(image.begin() + i * kPiece, image.begin() + (i + 1) * kPiece);
         const uint32_t number = i + 1 == kImage / kPiece ? 65535 : static_cast<uint32_t>(i);
         vcim::MethodResult result;
         check(real.invokeMethod(adapters[0], "UpdateFlashFromImageBuffer",
-                                {{"ImageBuffer", vcim::Value::array(CMPI_uint8, std::move(bytes))},
+                                {{"ImageBuffer", vcim::Value::octetArray(CMPI_uint8, std::move(bytes))},
                                  {"TotalImageBufferSize", vcim::Value::uint(CMPI_uint64, kImage)},
                                  {"FlashUpdateFlags", vcim::Value::uint(CMPI_uint32, number | async)}},
                                 result),

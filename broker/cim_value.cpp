@@ -407,8 +407,65 @@ Value Value::array(CMPIType elemType, std::vector<Value> elems) {
     Value v;
     v.type = static_cast<CMPIType>(elemType | CMPI_ARRAY);
     v.null = false;
-    v.elems = std::move(elems);
+    if (!isOctetType(elemType)) {
+        v.elems = std::move(elems);
+        return v;
+    }
+    v.octets.resize(elems.size());
+    for (size_t i = 0; i < elems.size(); ++i) v.setAt(i, std::move(elems[i]));
     return v;
+}
+
+Value Value::octetArray(CMPIType elemType, std::vector<uint8_t> bytes) {
+    Value v;
+    v.type = static_cast<CMPIType>(elemType | CMPI_ARRAY);
+    v.null = false;
+    if (isOctetType(elemType)) {
+        v.octets = std::move(bytes);
+        return v;
+    }
+    for (uint8_t b : bytes) v.elems.push_back(Value::uint(elemType, b));
+    return v;
+}
+
+Value Value::nullArray(CMPIType elemType, size_t n) {
+    Value v;
+    v.type = static_cast<CMPIType>(elemType | CMPI_ARRAY);
+    v.null = false;
+    if (isOctetType(elemType)) {
+        v.octets.assign(n, 0);
+        v.octetNulls.assign(n, true);
+    } else {
+        v.elems.assign(n, Value::nullOf(elemType));
+    }
+    return v;
+}
+
+bool Value::nullAt(size_t i) const {
+    if (!isOctetArray()) return elems[i].null;
+    return !octetNulls.empty() && octetNulls[i];
+}
+
+Value Value::at(size_t i) const {
+    if (!isOctetArray()) return elems[i];
+    const CMPIType elemType = static_cast<CMPIType>(type & ~CMPI_ARRAY);
+    if (nullAt(i)) return nullOf(elemType);
+    return elemType == CMPI_sint8 ? sint(CMPI_sint8, static_cast<int8_t>(octets[i])) : uint(CMPI_uint8, octets[i]);
+}
+
+void Value::setAt(size_t i, Value v) {
+    if (!isOctetArray()) {
+        elems[i] = std::move(v);
+        return;
+    }
+    if (v.null) {
+        if (octetNulls.empty()) octetNulls.assign(octets.size(), false);
+        octetNulls[i] = true;
+        octets[i] = 0;
+        return;
+    }
+    octets[i] = static_cast<uint8_t>(v.n.u);  // sint8: the low byte of the two's complement
+    if (!octetNulls.empty()) octetNulls[i] = false;
 }
 
 bool Value::parse(CMPIType t, const std::string& text, Value& out, std::string* err) {
@@ -432,9 +489,9 @@ std::string Value::toCimString() const {
     if (isArray()) {
         std::string out;
         bool textual = isTextual(static_cast<CMPIType>(type & ~CMPI_ARRAY));
-        for (size_t i = 0; i < elems.size(); ++i) {
-            std::string e = elems[i].toCimString();
-            out += (i ? "," : "") + (textual && !elems[i].null ? quote(e) : e);
+        for (size_t i = 0; i < count(); ++i) {
+            std::string e = at(i).toCimString();
+            out += (i ? "," : "") + (textual && !nullAt(i) ? quote(e) : e);
         }
         return out;
     }

@@ -38,9 +38,21 @@ struct Value {
     DateTime dt;                         // dateTime
     std::shared_ptr<ObjectPath> ref;     // ref
     std::shared_ptr<Instance> inst;      // instance
-    std::vector<Value> elems;            // arrays
+    // Array elements. uint8 and sint8 arrays (firmware images and dumps run to
+    // megabytes) keep their elements packed in `octets`, one byte each, with
+    // `octetNulls` marking null elements (empty: none is null); every other
+    // array keeps one Value per element in `elems`. count/at/setAt hide which.
+    std::vector<Value> elems;
+    std::vector<uint8_t> octets;
+    std::vector<bool> octetNulls;
 
     bool isArray() const { return (type & CMPI_ARRAY) != 0; }
+    bool isOctetArray() const { return isArray() && isOctetType(static_cast<CMPIType>(type & ~CMPI_ARRAY)); }
+    static bool isOctetType(CMPIType elemType) { return elemType == CMPI_uint8 || elemType == CMPI_sint8; }
+    size_t count() const { return isOctetArray() ? octets.size() : elems.size(); }
+    bool nullAt(size_t i) const;
+    Value at(size_t i) const;          // i < count()
+    void setAt(size_t i, Value v);     // i < count(); v of the element type or null
 
     static Value nullOf(CMPIType t);
     static Value boolean(bool b);
@@ -51,6 +63,10 @@ struct Value {
     static Value dateTime(const DateTime& v);
     static Value reference(const ObjectPath& p);
     static Value array(CMPIType elemType, std::vector<Value> elems);
+    // A uint8 or sint8 array of these bytes (sint8 elements are the bytes' two's complement).
+    static Value octetArray(CMPIType elemType, std::vector<uint8_t> bytes);
+    // An array of n null elements.
+    static Value nullArray(CMPIType elemType, size_t n);
 
     // Parses client text into a value of type `t` (arrays: comma-separated elements,
     // optionally in braces). Returns false with a message on bad text or range.

@@ -226,7 +226,7 @@ struct StringData {
 };
 struct ArrayData {
     CMPIType elemType = CMPI_null;  // as created (CMPI_chars stays chars)
-    std::vector<Value> elems;
+    Value items;                    // an array value of the normalized element type
 };
 struct EnumData {
     CMPIType itemType = CMPI_null;
@@ -466,7 +466,7 @@ CMPIBoolean dtIsInterval(const CMPIDateTime* dt, CMPIStatus* rc) {
 
 CMPICount arrGetSize(const CMPIArray* a, CMPIStatus* rc) {
     return query<ArrayObj>(a, rc, CMPICount(0),
-                           [](ArrayObj& o) { return static_cast<CMPICount>(o.d.elems.size()); });
+                           [](ArrayObj& o) { return static_cast<CMPICount>(o.d.items.count()); });
 }
 
 CMPIType arrGetSimpleType(const CMPIArray* a, CMPIStatus* rc) {
@@ -476,18 +476,34 @@ CMPIType arrGetSimpleType(const CMPIArray* a, CMPIStatus* rc) {
 CMPIData arrGetElementAt(const CMPIArray* a, CMPICount i, CMPIStatus* rc) {
     ArrayObj* o = get<ArrayObj>(a);
     if (!o) return fail(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    if (i >= o->d.elems.size()) return fail(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    const Value& items = o->d.items;
+    if (i >= items.count()) return fail(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
     setRc(rc, CMPI_RC_OK);
-    return dataFromValue(o->d.elems[i]);
+    if (!items.isOctetArray()) return dataFromValue(items.elems[i]);
+    // Packed bytes: no Value is made per element (images run to megabytes).
+    const CMPIType elem = normalizeType(o->d.elemType);
+    CMPIData d = nullData(elem, 0);
+    if (items.nullAt(i))
+        d.state |= CMPI_nullValue;
+    else if (elem == CMPI_sint8)
+        d.value.sint8 = static_cast<CMPISint8>(items.octets[i]);
+    else
+        d.value.uint8 = items.octets[i];
+    return d;
 }
 
 CMPIStatus arrSetElementAt(CMPIArray* a, CMPICount i, const CMPIValue* value, CMPIType type) {
     ArrayObj* o = get<ArrayObj>(a);
     if (!o) return err(CMPI_RC_ERR_INVALID_HANDLE);
-    if (i >= o->d.elems.size()) return err(CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    Value& items = o->d.items;
+    if (i >= items.count()) return err(CMPI_RC_ERR_NO_SUCH_PROPERTY);
     CMPIType elem = normalizeType(o->d.elemType);
     if ((type & CMPI_ARRAY) || (type != CMPI_null && normalizeType(type) != elem))
         return err(CMPI_RC_ERR_TYPE_MISMATCH);
+    if (items.isOctetArray() && type != CMPI_null && value) {
+        items.setAt(i, elem == CMPI_sint8 ? Value::sint(elem, value->sint8) : Value::uint(elem, value->uint8));
+        return ok();
+    }
     // A chars value stored into a string array is the pointer itself (as sfcb takes it);
     // into a chars array it is value->chars.
     bool byPointer = type == CMPI_chars && o->d.elemType == CMPI_string;
@@ -495,7 +511,7 @@ CMPIStatus arrSetElementAt(CMPIArray* a, CMPICount i, const CMPIValue* value, CM
     CMPIrc rc = valueFromCmpi(value, type == CMPI_null ? elem : type, byPointer, v);
     if (rc != CMPI_RC_OK) return err(rc);
     if (type == CMPI_null) v = Value::nullOf(elem);
-    o->d.elems[i] = std::move(v);
+    items.setAt(i, std::move(v));
     return ok();
 }
 
@@ -518,7 +534,7 @@ CMPIBoolean enumHasNext(const CMPIEnumeration* e, CMPIStatus* rc) {
 
 CMPIArray* enumToArray(const CMPIEnumeration* e, CMPIStatus* rc) {
     return query<EnumObj>(e, rc, static_cast<CMPIArray*>(nullptr),
-                          [](EnumObj& o) { return newArray(o.d.itemType, o.d.items); });
+                          [](EnumObj& o) { return newArray(o.d.itemType, Value::array(o.d.itemType, o.d.items)); });
 }
 
 // ---------------------------------------------------------------------------------------
@@ -861,10 +877,10 @@ CMPIString* newString(const char* s, bool tracked) {
     return &o->enc;
 }
 
-CMPIArray* newArray(CMPIType elemType, std::vector<Value> elems, bool tracked) {
+CMPIArray* newArray(CMPIType elemType, Value items, bool tracked) {
     ArrayObj* o = create<ArrayObj>(tracked);
     o->d.elemType = elemType & ~CMPI_ARRAY;
-    o->d.elems = std::move(elems);
+    o->d.items = std::move(items);
     return &o->enc;
 }
 
@@ -1035,8 +1051,8 @@ CMPIrc valueFromCmpi(const CMPIValue* value, CMPIType type, bool charsByPointer,
         ArrayObj* a = get<ArrayObj>(value->array);
         if (!a) return CMPI_RC_ERR_INVALID_HANDLE;
         if (normalizeType(a->d.elemType) != (t & ~CMPI_ARRAY)) return CMPI_RC_ERR_TYPE_MISMATCH;
-        out = scalar(t);
-        out.elems = a->d.elems;
+        out = a->d.items;
+        out.type = t;
         return CMPI_RC_OK;
     }
     Value v = scalar(t);
@@ -1152,7 +1168,7 @@ CMPIData dataFromValue(const Value& v, CMPIValueState extraState) {
         return d;
     }
     if (t & CMPI_ARRAY) {
-        d.value.array = newArray(t & ~CMPI_ARRAY, v.elems);
+        d.value.array = newArray(t & ~CMPI_ARRAY, v);
         return d;
     }
     switch (t) {

@@ -75,7 +75,8 @@ struct ResultSink {
 
 // Factories. Tracked objects go to the current arena; untracked ones must be released.
 CMPIString* newString(const char* s, bool tracked = true);
-CMPIArray* newArray(CMPIType elemType, std::vector<Value> elems, bool tracked = true);
+// `items` is an array value of elemType's normalized type.
+CMPIArray* newArray(CMPIType elemType, Value items, bool tracked = true);
 CMPIInstance* newInstance(const Instance& inst, bool tracked = true);
 CMPIObjectPath* newObjectPath(const ObjectPath& op, bool tracked = true);
 CMPIArgs* newArgs(std::vector<Property> args, bool tracked = true);

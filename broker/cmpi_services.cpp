@@ -86,8 +86,7 @@ CMPIArray* encNewArray(const CMPIBroker*, CMPICount max, CMPIType type, CMPIStat
     const CMPIType elem = type & ~CMPI_ARRAY;
     if (!storable(elem)) return failWith<CMPIArray>(rc, CMPI_RC_ERR_INVALID_DATA_TYPE);
     if (max > kMaxArray) return failWith<CMPIArray>(rc, CMPI_RC_ERR_INVALID_PARAMETER);
-    std::vector<Value> elems(max, Value::nullOf(normalizeType(elem)));
-    return succeed(rc, newArray(elem, std::move(elems)));
+    return succeed(rc, newArray(elem, Value::nullArray(normalizeType(elem), max)));
 }
 
 CMPIDateTime* encNewDateTime(const CMPIBroker*, CMPIStatus* rc) {

@@ -224,16 +224,17 @@ bool passed(const DiagTest& test, const std::vector<Property>& results, std::str
             return false;
         }
         if (v->isArray()) {
-            for (size_t i = 0; i < v->elems.size() && bad == SIZE_MAX; ++i)
-                if (!ok(v->elems[i])) bad = i;
+            for (size_t i = 0; i < v->count() && bad == SIZE_MAX; ++i)
+                if (!ok(v->at(i))) bad = i;
             if (bad == SIZE_MAX) continue;
-            why = std::string(check.name) + "[" + std::to_string(bad) + "] = " + v->elems[bad].toCimString();
+            why = std::string(check.name) + "[" + std::to_string(bad) + "] = " + v->at(bad).toCimString();
         } else {
             if (ok(*v)) continue;
             why = std::string(check.name) + " = " + v->toCimString();
         }
         const Value* msg = test.message ? find(results, test.message) : nullptr;
-        if (msg && msg->isArray() && bad < msg->elems.size()) msg = &msg->elems[bad];
+        Value element;
+        if (msg && msg->isArray() && bad < msg->count()) msg = &(element = msg->at(bad));
         if (msg && !msg->isArray() && !msg->null && !msg->s.empty()) why += ": " + msg->s;
         return false;
     }

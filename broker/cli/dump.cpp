@@ -57,10 +57,9 @@ Status RunDump(Broker& broker, const DumpRequest& request, std::ostream& out) {
         const Value* buffer = outArg(result, "ImageBuffer");
         const Value* next = outArg(result, "DumpFlags");
         if (!next || ++chunks > kMaxChunks) return failed("the provider did not end the download");
-        std::vector<char> bytes;
-        if (buffer)
-            for (const Value& b : buffer->elems) bytes.push_back(static_cast<char>(b.n.u));
-        if (!file.write(bytes.data(), static_cast<std::streamsize>(bytes.size())))
+        const std::vector<uint8_t> none;
+        const std::vector<uint8_t>& bytes = buffer && buffer->isOctetArray() ? buffer->octets : none;
+        if (!file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size())))
             return failed("cannot write " + request.file);
         written += bytes.size();
         flags = next->n.u;

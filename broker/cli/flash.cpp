@@ -62,11 +62,10 @@ void showProgress(std::ostream& os, uint64_t sent, uint64_t total) {
 
 std::vector<Property> pieceArguments(const std::vector<uint8_t>& image, size_t offset, size_t length,
                                      uint32_t flags) {
-    std::vector<Value> bytes;
-    bytes.reserve(length);
-    for (size_t i = offset; i < offset + length; ++i) bytes.push_back(Value::uint(CMPI_uint8, image[i]));
+    std::vector<uint8_t> bytes(image.begin() + static_cast<std::ptrdiff_t>(offset),
+                               image.begin() + static_cast<std::ptrdiff_t>(offset + length));
     return {
-        {"ImageBuffer", Value::array(CMPI_uint8, std::move(bytes))},
+        {"ImageBuffer", Value::octetArray(CMPI_uint8, std::move(bytes))},
         {"TotalImageBufferSize", Value::uint(CMPI_uint64, image.size())},
         {"FlashUpdateFlags", Value::uint(CMPI_uint32, flags)},
     };

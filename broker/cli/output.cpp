@@ -37,7 +37,7 @@ Json valueToJson(const Value& v) {
     if (!v.isArray()) return scalarToJson(v);
     if (v.null) return nullptr;
     Json arr = Json::array();
-    for (const Value& e : v.elems) arr.push_back(scalarToJson(e));
+    for (size_t i = 0; i < v.count(); ++i) arr.push_back(scalarToJson(v.at(i)));
     return arr;
 }
 

@@ -19,11 +19,10 @@ Status readFileBytes(const std::string& name, const std::string& file, Value& ou
     if (size < 0 || static_cast<unsigned long long>(size) > kMaxFileArgBytes)
         return failure(CMPI_RC_ERR_INVALID_PARAMETER, name + ": file " + file + " is too large");
     in.seekg(0);
-    std::vector<Value> bytes;
-    bytes.reserve(static_cast<size_t>(size));
-    for (std::istreambuf_iterator<char> it(in), end; it != end; ++it)
-        bytes.push_back(Value::uint(CMPI_uint8, static_cast<unsigned char>(*it)));
-    out = Value::array(CMPI_uint8, std::move(bytes));
+    std::vector<uint8_t> bytes(static_cast<size_t>(size));
+    if (!in.read(reinterpret_cast<char*>(bytes.data()), size))
+        return failure(CMPI_RC_ERR_INVALID_PARAMETER, name + ": cannot read file " + file);
+    out = Value::octetArray(CMPI_uint8, std::move(bytes));
     return Status{};
 }
 

@@ -144,6 +144,28 @@ TEST_F(BrokerObjects, ArraysEnumerationsAndTypeChecks) {
     nums->ft->getElementAt(nums, 5, &rc);
     EXPECT_EQ(rc.rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
 
+    // Byte arrays (kept packed) have the same element semantics: null until set,
+    // signed values, a null set back, type checks, and a property copy.
+    CMPIArray* bytes = mb->eft->newArray(mb, 3, CMPI_sint8, nullptr);
+    v.sint8 = -5;
+    EXPECT_EQ(bytes->ft->setElementAt(bytes, 1, &v, CMPI_sint8).rc, CMPI_RC_OK);
+    EXPECT_EQ(bytes->ft->setElementAt(bytes, 2, &v, CMPI_uint8).rc, CMPI_RC_ERR_TYPE_MISMATCH);
+    EXPECT_EQ(bytes->ft->setElementAt(bytes, 3, &v, CMPI_sint8).rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    CMPIData b1 = bytes->ft->getElementAt(bytes, 1, nullptr);
+    EXPECT_EQ(b1.type, CMPI_sint8);
+    EXPECT_EQ(b1.value.sint8, -5);
+    EXPECT_FALSE(b1.state & CMPI_nullValue);
+    EXPECT_TRUE(bytes->ft->getElementAt(bytes, 0, nullptr).state & CMPI_nullValue);
+    CMPIInstance* bi = mb->eft->newInstance(mb, itemPath(mb, "b"), nullptr);
+    v.array = bytes;
+    ASSERT_EQ(bi->ft->setProperty(bi, "Bytes", &v, CMPI_sint8A).rc, CMPI_RC_OK);
+    EXPECT_EQ(bytes->ft->setElementAt(bytes, 1, nullptr, CMPI_null).rc, CMPI_RC_OK);
+    EXPECT_TRUE(bytes->ft->getElementAt(bytes, 1, nullptr).state & CMPI_nullValue);
+    CMPIData copied = bi->ft->getProperty(bi, "Bytes", nullptr);
+    ASSERT_EQ(copied.type, CMPI_sint8A);
+    EXPECT_EQ(copied.value.array->ft->getElementAt(copied.value.array, 1, nullptr).value.sint8, -5);
+    EXPECT_TRUE(copied.value.array->ft->getElementAt(copied.value.array, 2, nullptr).state & CMPI_nullValue);
+
     // chars into a string array: the pointer itself; into a chars array: value->chars.
     CMPIArray* strs = mb->eft->newArray(mb, 1, CMPI_string, nullptr);
     strs->ft->setElementAt(strs, 0, reinterpret_cast<const CMPIValue*>("itself"), CMPI_chars);

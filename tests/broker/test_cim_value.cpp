@@ -164,8 +164,11 @@ TEST(CimValue, ArraysSplitQuoteAndRoundTrip) {
     Value mixed = Value::array(CMPI_uint8, {Value::uint(CMPI_uint8, 1), Value::nullOf(CMPI_uint8)});
     EXPECT_EQ(mixed.toCimString(), "1,NULL");
     ASSERT_TRUE(Value::parse(CMPI_uint8A, mixed.toCimString(), back, &err)) << err;
-    ASSERT_EQ(back.elems.size(), 2u);
-    EXPECT_TRUE(back.elems[1].null);
+    ASSERT_EQ(back.count(), 2u);
+    EXPECT_TRUE(back.at(1).null);
+    ASSERT_TRUE(Value::parse(CMPI_sint8A, "-128,127", back, &err)) << err;
+    EXPECT_EQ(back.at(0).n.i, -128);
+    EXPECT_EQ(back.toCimString(), "-128,127");
     ObjectPath p;
     ASSERT_TRUE(ObjectPath::parse("ns:C.A=\"x,y\",B=2", p, &err)) << err;
     Value refs = Value::array(CMPI_ref, {Value::reference(p), Value::reference(p)});

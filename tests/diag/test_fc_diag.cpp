@@ -257,8 +257,8 @@ TEST_F(FCDiagTest, RDPDataIsBoundedByTheBlock)
     for (const vcim::Property& p : result.out)
         out[p.name] = p.value;
     EXPECT_EQ(out["ReturnCode"].toCimString(), "0");
-    ASSERT_EQ(out["RdpData"].elems.size(), 508u);
-    EXPECT_EQ(out["RdpData"].elems[0].toCimString(), "2"); // LS_ACC
+    ASSERT_EQ(out["RdpData"].count(), 508u);
+    EXPECT_EQ(out["RdpData"].at(0).toCimString(), "2"); // LS_ACC
 
     ASSERT_EQ(vtsim_fault("VTAPI_DiagnosticsRDPTest", 5, 1), 0);
     ASSERT_EQ(run(kRDP, port, {}, &result), "2");
@@ -272,7 +272,7 @@ size_t elements(const vcim::Instance& instance, const char* name)
 {
     for (const vcim::Property& p : instance.props)
         if (p.name == name)
-            return p.value.elems.size();
+            return p.value.count();
     return SIZE_MAX;
 }
 

@@ -326,7 +326,7 @@ TEST_F(FCTargetClassTest, DcbParametersAreFoundByKeyWithEveryFieldInPlace)
                                                 "11", "12", "13", "14", "15", "16", "17", "18", "5"}));
     // The raw block: 64 bytes, the record first.
     const vcim::Value* raw = instance.get("DcbxParamsBuffer");
-    ASSERT_EQ(raw->elems.size(), 64u);
+    ASSERT_EQ(raw->count(), 64u);
     EXPECT_EQ(raw->toCimString().substr(0, 16), "7,0,0,0,1,0,0,0,");
     EXPECT_EQ(logCount("****** Successfully fetched DCBX Params for HBA[" +
                        std::to_string(VTAPI_GetAdapterList()->first->phy_ports->first->protocols->first->device.instance) +

@@ -206,7 +206,7 @@ TEST_F(ISCSIPortTest, Methods)
 
     ASSERT_TRUE(call("GetDCBXParams").ok());
     ASSERT_NE(out("DcbxParamsBuffer"), nullptr);
-    EXPECT_EQ(out("DcbxParamsBuffer")->elems.size(), 1024u);
+    EXPECT_EQ(out("DcbxParamsBuffer")->count(), 1024u);
     ASSERT_EQ(vtsim_fault("VTAPI_SDGetiDCBXData", 5, 1), 0);
     status = call("GetDCBXParams");
     EXPECT_EQ(status.rc, CMPI_RC_ERR_FAILED);
@@ -238,9 +238,9 @@ TEST_F(ISCSIPortTest, FirmwareDumpIsDownloadedInOrderedChunksAndRemoved)
     for (uint32_t flags = 0; flags != 0xFFFF;) {
         ASSERT_TRUE(call("GetFirmwareDumpBuffer", {uint32("DumpFlags", flags)}).ok()) << flags;
         ASSERT_NE(out("ImageBuffer"), nullptr);
-        for (const vcim::Value& b : out("ImageBuffer")->elems)
-            bytes.push_back(static_cast<char>(b.n.u));
-        EXPECT_EQ(outText("ImageBufferSize"), std::to_string(out("ImageBuffer")->elems.size()));
+        const std::vector<uint8_t>& chunk = out("ImageBuffer")->octets;
+        bytes.insert(bytes.end(), chunk.begin(), chunk.end());
+        EXPECT_EQ(outText("ImageBufferSize"), std::to_string(chunk.size()));
         flags = static_cast<uint32_t>(std::stoul(outText("DumpFlags")));
         ASSERT_LE(bytes.size(), 600000u);
     }

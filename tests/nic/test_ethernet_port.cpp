@@ -94,9 +94,9 @@ protected:
                 break;
             const vcim::Value* buffer = out("ImageBuffer");
             EXPECT_NE(buffer, nullptr);
-            EXPECT_EQ(outNumber("ImageBufferSize"), buffer ? buffer->elems.size() : 0);
-            for (const vcim::Value& b : buffer ? buffer->elems : std::vector<vcim::Value>{})
-                bytes.push_back(static_cast<char>(b.n.u));
+            EXPECT_EQ(outNumber("ImageBufferSize"), buffer ? buffer->count() : 0);
+            if (buffer)
+                bytes.insert(bytes.end(), buffer->octets.begin(), buffer->octets.end());
             flags = outNumber("DumpFlags");
         }
         return bytes;
@@ -244,7 +244,7 @@ TEST_F(EthernetPortTest, MethodsCheckArgumentsAndReportLibraryFailures)
     EXPECT_FALSE(out("StatsNames")->elems.empty());
     EXPECT_EQ(out("StatsNames")->elems.size(), out("StatsValues")->elems.size());
     ASSERT_TRUE(invoke("vmnic4", "GetDCBXParams").ok());
-    EXPECT_EQ(out("DcbxParamsBuffer")->elems.size(), 128u);
+    EXPECT_EQ(out("DcbxParamsBuffer")->count(), 128u);
     EXPECT_EQ(vtsim_live_allocations(), allocations) << "library buffers are released";
 
     const struct {
