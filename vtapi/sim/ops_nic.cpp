@@ -279,7 +279,8 @@ VTAPI_STATUS VTAPI_RefreshLinkProps(vtapi_adapter_t* adapter) {
             for (const char* k : {"rx_errors", "tx_errors"})
                 if (errorStep) nic[k] = num<uint64_t>(nic, k, 0) + errorStep;
         }
-    refreshRecords(FnRef{r.host, r.a});
+    // Link data only: the adapter's FC targets and LUNs are left as they are.
+    refreshRecords(FnRef{r.host, r.a}, false);
     return VTAPI_STATUS_OK;
 }
 
