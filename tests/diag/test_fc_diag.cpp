@@ -236,9 +236,10 @@ TEST_F(FCDiagTest, WorkersTheBrokerCannotCreate)
         std::vector<vcim::Property> args;
     } threaded[] = {
         {kPing, {str("TargetWWPN", kTarget), sint32("iIteration", 1), sint32("iStopOnError", 0)}},
-        {kEcho, {str("TargetWWPN", kTarget), sint32("iStopOnError", 0), {"iAddressType", vcim::Value::sint(CMPI_sint16, 0)},
-                 sint32("iIteration", 1)}},
-        {kCT, {str("TargetWWPN", kTarget), sint32("iStopOnError", 0), sint32("CTDiagType", 0), sint32("iIteration", 1)}},
+        {kEcho, {str("TargetWWPN", kTarget), sint32("iStopOnError", 0),
+                 {"iAddressType", vcim::Value::sint(CMPI_sint16, 0)}, sint32("iIteration", 1)}},
+        {kCT, {str("TargetWWPN", kTarget), sint32("iStopOnError", 0), sint32("CTDiagType", 0),
+               sint32("iIteration", 1)}},
         {kRWBuffer, {}},
     };
     for (const auto& test : threaded) {
