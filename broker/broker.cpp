@@ -778,6 +778,14 @@ Status Broker::referenceNames(const ObjectPath& path, std::vector<ObjectPath>& o
     return serve(*impl_, [&] { return impl_->referenceNames(path, out); });
 }
 
+void Broker::setThreadFaults(const ThreadFaults& faults) {
+    cmpi::setThreadFaults(faults);
+}
+
+ThreadFaults Broker::threadFaults() {
+    return cmpi::threadFaults();
+}
+
 const CMPIBroker* Broker::cmpiBroker() const {
     return &impl_->cmpi;
 }

@@ -29,6 +29,14 @@ struct BrokerOptions {
     std::vector<std::string> namespaces;
 };
 
+// How the thread service (CMPIBrokerExtFT newThread) treats the threads a provider creates
+// next, as a loaded or exhausted object manager may: refused (newThread returns NULL) or
+// started late (the new thread sleeps before its start routine runs).
+struct ThreadFaults {
+    unsigned refuse = 0;        // the next `refuse` newThread calls fail
+    unsigned startDelayMs = 0;  // each thread created while set starts this much later
+};
+
 struct MethodResult {
     Value returnValue;
     std::vector<Property> out;  // output arguments in the order the provider added them
@@ -73,6 +81,11 @@ public:
     // Association requests go to the association MI; without one, NOT_SUPPORTED.
     Status associatorNames(const ObjectPath& path, std::vector<ObjectPath>& out);
     Status referenceNames(const ObjectPath& path, std::vector<ObjectPath>& out);
+
+    // The thread service has no broker argument, so its faults hold for every Broker of
+    // the process. threadFaults() shows what is left (refusals not yet used).
+    static void setThreadFaults(const ThreadFaults& faults);
+    static ThreadFaults threadFaults();
 
     // Raw CMPI access for tests that drive the MI tables themselves.
     const CMPIBroker* cmpiBroker() const;

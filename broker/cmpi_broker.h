@@ -69,6 +69,9 @@ extern CMPIBrokerFT brokerFT;
 extern CMPIBrokerEncFT encFT;
 extern CMPIBrokerExtFT extFT;
 extern CMPIBrokerMemFT memFT;
+// Faults of the thread service (see Broker::setThreadFaults).
+void setThreadFaults(const ThreadFaults& faults);
+ThreadFaults threadFaults();
 }  // namespace cmpi
 
 }  // namespace vcim

@@ -8,6 +8,8 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <mutex>
 #include <new>
 
 #include "cmpi_broker.h"
@@ -302,13 +304,50 @@ char* extResolveFileName(const char* name) {
     return out;
 }
 
+std::mutex gThreadFaultsMutex;
+ThreadFaults gThreadFaults;
+
+int extThreadSleep(CMPIUint32 msec);
+
+// A thread started late: sleeps, then runs the provider's start routine.
+struct LateStart {
+    CMPI_THREAD_RETURN (*start)(void*);
+    void* parm;
+    unsigned delayMs;
+};
+
+CMPI_THREAD_RETURN startLate(void* p) {
+    std::unique_ptr<LateStart> late(static_cast<LateStart*>(p));
+    extThreadSleep(late->delayMs);
+    const LateStart run = *late;
+    late.reset();  // the start routine may end the thread with exitThread
+    return run.start(run.parm);
+}
+
 CMPI_THREAD_TYPE extNewThread(CMPI_THREAD_RETURN (*start)(void*), void* parm, int detached) {
+    unsigned delayMs = 0;
+    {
+        std::lock_guard<std::mutex> lock(gThreadFaultsMutex);
+        if (gThreadFaults.refuse > 0) {
+            --gThreadFaults.refuse;
+            return nullptr;
+        }
+        delayMs = gThreadFaults.startDelayMs;
+    }
+    LateStart* late = nullptr;
+    if (start && delayMs) {
+        late = new (std::nothrow) LateStart{start, parm, delayMs};
+        if (!late) return nullptr;
+        start = startLate;
+        parm = late;
+    }
     pthread_attr_t attr;
     pthread_attr_init(&attr);
     if (detached) pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED);
     pthread_t t;
     const int rc = start ? pthread_create(&t, &attr, start, parm) : EINVAL;
     pthread_attr_destroy(&attr);
+    if (rc != 0) delete late;
     return rc == 0 ? reinterpret_cast<CMPI_THREAD_TYPE>(t) : nullptr;
 }
 
@@ -474,6 +513,16 @@ void memFreeDateTime(const CMPIBroker*, CMPIDateTime* o) {
 void memFreeSelectExp(const CMPIBroker*, CMPISelectExp*) {}  // none are ever made
 
 }  // namespace
+
+void setThreadFaults(const ThreadFaults& faults) {
+    std::lock_guard<std::mutex> lock(gThreadFaultsMutex);
+    gThreadFaults = faults;
+}
+
+ThreadFaults threadFaults() {
+    std::lock_guard<std::mutex> lock(gThreadFaultsMutex);
+    return gThreadFaults;
+}
 
 CMPIBrokerEncFT encFT = {
     CMPICurrentVersion,

@@ -239,10 +239,11 @@ const Verb kVerbs[] = {
      "download it into FILE",
      "veltra-cim dump vmnic4 vmnic4.dump", 2, 3, true, runDump},
     {"diag", "CLASS PORT-KEY [Arg=value...] [--timeout SECONDS]",
-     "run one diagnostic test on a port (PORT-KEY: the port's InstanceID) from the library's\n"
-     "      default settings; Arg=values that are writable properties of CLASS are set first, the\n"
-     "      others go to the test's run method; a threaded test is waited for (aborted after\n"
-     "      --timeout, default 120 s); exit 0 when it passed",
+     "run one diagnostic test on a port (PORT-KEY: the InstanceID of the FC, Ethernet or iSCSI\n"
+     "      port the class tests) from the library's default settings; Arg=values that are\n"
+     "      writable properties of CLASS are set first, the others go to the test's run method;\n"
+     "      a threaded test is waited for (aborted after --timeout, default 120 s) and a port\n"
+     "      test destroyed at the end; exit 0 when it passed",
      "veltra-cim diag VeltraFC_Port_FCPing_DiagTest VT27C40118_20:00:00:1f:ee:27:c4:00_21:00:00:1f:ee:27:c4:00 "
      "TargetWWPN=50:06:0e:80:10:27:01:01",
      2, SIZE_MAX, true, runDiag},

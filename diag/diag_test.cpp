@@ -379,6 +379,10 @@ bool StartDiagWorker(const DiagCall& call, std::function<void()> body, std::func
     }
     if (!thread) {
         Log::DebugPrint("pthread_create FAILED.");
+        // No thread will detach with the prepared context: it is released here.
+        CMPIContext* prepared = worker.context ? worker.context->getEnc() : nullptr;
+        if (prepared && prepared->ft && prepared->ft->release)
+            prepared->ft->release(prepared);
         delete worker.context;
         gWorkers.pop_back();
         return false;

@@ -86,7 +86,6 @@ void StartAdapteriSCSILoopbackTest()
     std::unique_lock<std::mutex> lock(gLoopbackMutex);
     LoopbackRecord& r = giSCSI_Loopback_DiagTest;
     if (r.status != kLoopbackStopped) { // destroyed or stopped before it began
-        r.status = kLoopbackRunning;
         const uint32_t handle = r.handle, mode = r.mode, count = r.testCount;
         for (uint32_t i = 0; i < count && r.status != kLoopbackStopped; ++i) {
             lock.unlock();
@@ -141,7 +140,9 @@ void startPortTest(const DiagCall& call, const DiagPort& port)
         r.handle = port.hba;
         CopyLibraryText(r.portID, port.instanceID.c_str(), port.instanceID.size());
         r.passed = r.failed = r.errorCode = 0;
-        r.status = kLoopbackIdle;
+        // Running from the start, so that a client polling before the worker
+        // is scheduled does not take the test for ended.
+        r.status = kLoopbackRunning;
         r.workerRunning = true;
     }
     const bool started = StartDiagWorker(call, StartAdapteriSCSILoopbackTest, [] {
@@ -151,6 +152,7 @@ void startPortTest(const DiagCall& call, const DiagPort& port)
     if (!started) {
         std::lock_guard<std::mutex> lock(gLoopbackMutex);
         giSCSI_Loopback_DiagTest.workerRunning = false;
+        giSCSI_Loopback_DiagTest.status = kLoopbackIdle;
         giSCSI_Loopback_DiagTest.handle = VTAPI_INVALID_HANDLE;
         Log::DebugPrint("Exiting StartPortTest with failure");
         ThrowDiagFailure(CMPI_RC_ERR_FAILED, "Failed to run diag test");

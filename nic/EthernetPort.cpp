@@ -531,6 +531,11 @@ CmpiStatus getPhantomCoreDump(const Call& c)
     }
     if (!thread) {
         Log::DebugPrint("pthread_create FAILED.");
+        // No worker will detach with the prepared context: it is released here.
+        CMPIContext* prepared = s.workerContext ? s.workerContext->getEnc() : nullptr;
+        if (prepared && prepared->ft && prepared->ft->release)
+            prepared->ft->release(prepared);
+        s.workerContext.reset();
         s.block.status = kPhantomStarting;
         s.workerActive = false;
         return methodFailure(CMPI_RC_ERR_NOT_FOUND, "VTAPI_NicGetFirmwareDump() failed for InstanceID=%s",

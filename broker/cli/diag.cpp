@@ -29,7 +29,7 @@ struct DiagTest {
     const char* className;
     const char* portArgument;           // names the port in every method
     const char* runMethod;              // starts the test (or runs it, when not threaded)
-    std::vector<const char*> defaults;  // run arguments used unless given: "Name=value"
+    std::vector<const char*> defaults;  // settings or run arguments used unless given: "Name=value"
     const char* status;                 // threaded: the run state, "1" while running; null: not threaded
     const char* pollMethod;             // null: `status` is a property of the instance
     const char* abortMethod;            // ends a test that outlives the timeout
@@ -38,7 +38,10 @@ struct DiagTest {
     const char* message;                // text shown with a failure; may be null
 };
 
+// The argument naming the port, by the kind of port a class tests.
 const char kFCPort[] = "FCPort_InstanceID";
+const char kEthernetPort[] = "EthernetPort_InstanceID";
+const char kISCSIPort[] = "iSCSIPort_InstanceID";
 
 const DiagTest kTests[] = {
     {"VeltraFC_Port_Loopback_DiagTest", kFCPort, "RunDiagTest", {}, nullptr, nullptr, nullptr, nullptr,
@@ -63,6 +66,17 @@ const DiagTest kTests[] = {
      nullptr, {{"Status", "2"}, {"iReadWriteBufferTestStatus", "0"}}, "acReadWriteBufferTestMessage"},
     {"VeltraFC_Port_SCMStats", kFCPort, "GetSCMRStatisticsList", {"PortWWPN="}, nullptr, nullptr, nullptr,
      nullptr, {{"Result", "0"}}, "Message"},
+    // A ping passes when every request got its reply.
+    {"VeltraNIC_EthernetPort_Ping_DiagTest", kEthernetPort, "RunDiagTest",
+     {"opt_addrfamily=4", "opt_count=3", "interval=1000", "send_ttl=64"}, nullptr, nullptr, nullptr, nullptr,
+     {{"packets_received", "!0"}, {"percent_packet_loss", "0"}}, nullptr},
+    // The port tests live until destroyed and hold the diagnostic mode meanwhile.
+    {"VeltraNIC_EthernetPort_DiagTest", kEthernetPort, "StartPortTest", {"LoopCount=1"}, "Status",
+     "GetPortTestStatus", "StopPortTest", "DestroyPortTest", {{"Status", "2"}, {"Failed", "0"}}, nullptr},
+    {"VeltraiSCSI_Port_Ping_DiagTest", kISCSIPort, "RunDiagTest", {"PacketSize=56"}, nullptr, nullptr, nullptr,
+     nullptr, {{"acStatus", "Ping successful"}}, nullptr},
+    {"VeltraiSCSI_Loopback_DiagTest", kISCSIPort, "StartPortTest", {}, "Status", "GetPortTestStatus",
+     "StopPortTest", "DestroyPortTest", {{"Status", "2"}}, nullptr},
 };
 
 Status failed(const std::string& msg) { return Status{CMPI_RC_ERR_FAILED, msg}; }
@@ -116,33 +130,45 @@ struct Run {
                       std::to_string(rv) + (why.empty() ? "" : " (" + why + ")"));
     }
 
-    // The operands sorted into settings (writable properties) and run
-    // arguments, then the settings written.
-    Status applySettings(std::vector<Property>& arguments) {
+    // Sorts one "Name=value" into settings (writable properties) or run
+    // arguments.
+    Status sort(const std::string& op, std::string& name, std::vector<std::string>& settings,
+                std::vector<std::string>& args) {
         const ClassRepository& classes = broker.classes();
         const MethodDecl* run = classes.findMethod(test.className, test.runMethod);
+        std::string text, err;
+        if (!splitAssignment(op, name, text, &err)) return invalid(err);
+        const PropertyDecl* prop = classes.findProperty(test.className, name);
+        const ParamDecl* param = run ? run->findParam(name) : nullptr;
+        if (prop && prop->qualifiers.has("Write")) {
+            settings.push_back(op);
+        } else if (param && param->in && !equalsIgnoreCase(name, test.portArgument)) {
+            args.push_back(op);
+        } else {
+            return invalid(std::string(test.className) + " has no setting or " + test.runMethod + " argument " +
+                           name);
+        }
+        return Status{};
+    }
+
+    // The operands and the defaults not given sorted, then the settings
+    // written.
+    Status applySettings(std::vector<Property>& arguments) {
+        const ClassRepository& classes = broker.classes();
         std::vector<std::string> settings, given, args;
         for (const std::string& op : request.operands) {
-            std::string name, text, err;
-            if (!splitAssignment(op, name, text, &err)) return invalid(err);
-            const PropertyDecl* prop = classes.findProperty(test.className, name);
-            const ParamDecl* param = run ? run->findParam(name) : nullptr;
-            if (prop && prop->qualifiers.has("Write")) {
-                settings.push_back(op);
-            } else if (param && param->in && !equalsIgnoreCase(name, test.portArgument)) {
-                args.push_back(op);
-                given.push_back(name);
-            } else {
-                return invalid(std::string(test.className) + " has no setting or " + test.runMethod +
-                               " argument " + name);
-            }
+            given.emplace_back();
+            Status st = sort(op, given.back(), settings, args);
+            if (!st.ok()) return st;
         }
         for (const char* d : test.defaults) {
             std::string name, text;
             splitAssignment(d, name, text, nullptr);
             bool isGiven = false;
             for (const std::string& g : given) isGiven = isGiven || equalsIgnoreCase(g, name);
-            if (!isGiven) args.push_back(d);
+            if (isGiven) continue;
+            Status st = sort(d, name, settings, args);
+            if (!st.ok()) return st;
         }
         Status st = typeArguments(classes, test.className, test.runMethod, args, arguments);
         std::vector<Property> props;

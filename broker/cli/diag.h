@@ -1,8 +1,8 @@
 // The "diag" verb of veltra-cim: runs one diagnostic test end to end on a
 // port. Each diagnostic class has one instance (the test itself); the verb
 // writes the class's settings into it, starts the test on the named port,
-// waits for a threaded test to end (aborting it after a timeout), and prints
-// the instance's results with a verdict.
+// waits for a threaded test to end (aborting it after a timeout), destroys a
+// port test that lives across calls, and prints the results with a verdict.
 #pragma once
 
 #include <ostream>

@@ -72,6 +72,40 @@ TEST_F(BrokerThreads, ThreadsMutexesConditionsAndSleep) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
 }
 
+// Thread creation steered as an object manager under load behaves: refused, or started late.
+TEST_F(BrokerThreads, NewThreadsRefusedOrStartedLate) {
+    struct Clear {
+        ~Clear() { Broker::setThreadFaults({}); }
+    } clear;
+    using Clock = std::chrono::steady_clock;
+    struct Run {
+        std::atomic<int> count{0};
+        Clock::time_point at;
+    } run;
+    auto body = [](void* p) -> CMPI_THREAD_RETURN {
+        auto* r = static_cast<Run*>(p);
+        r->at = Clock::now();
+        ++r->count;
+        return nullptr;
+    };
+    Broker::setThreadFaults({2, 0});
+    EXPECT_EQ(x->newThread(body, &run, 0), nullptr);
+    EXPECT_EQ(Broker::threadFaults().refuse, 1u);
+    EXPECT_EQ(x->newThread(body, &run, 0), nullptr);
+    CMPI_THREAD_TYPE t = x->newThread(body, &run, 0);  // the refusals are used up
+    ASSERT_NE(t, nullptr);
+    EXPECT_EQ(x->joinThread(t, nullptr), 0);
+    EXPECT_EQ(run.count.load(), 1);
+
+    Broker::setThreadFaults({0, 150});
+    const Clock::time_point created = Clock::now();
+    t = x->newThread(body, &run, 0);
+    ASSERT_NE(t, nullptr);
+    EXPECT_EQ(x->joinThread(t, nullptr), 0);
+    EXPECT_EQ(run.count.load(), 2);
+    EXPECT_GE(run.at - created, std::chrono::milliseconds(150));
+}
+
 std::atomic<int> gOnceRuns{0};
 std::atomic<int> gKeyCleanups{0};
 void onceInit() {

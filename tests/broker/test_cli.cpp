@@ -306,8 +306,8 @@ TEST_F(Cli, ProviderStandardErrorOnlyWithVerbose) {
 }
 
 // The diag verb against the shipped provider and the simulated adapter library: settings by
-// modify, a synchronous and a threaded test to their verdict, a timeout that aborts, and
-// failures that exit 1 with the reason.
+// modify, synchronous and threaded tests of FC, Ethernet and iSCSI ports to their verdict, a
+// timeout that aborts, and failures that exit 1 with the reason.
 TEST_F(Cli, DiagRunsOneTestToItsVerdict) {
     const std::string provider = VELTRA_BINARY_DIR "/provider/libVeltra_Adapter_Provider.so.1";
     if (!std::filesystem::exists(provider)) GTEST_SKIP() << "no provider build at " << provider;
@@ -364,6 +364,31 @@ TEST_F(Cli, DiagRunsOneTestToItsVerdict) {
         << r.err;
     r = run({"diag", ping, port, "Bogus=1"}, false);
     EXPECT_EQ(r.err, "CMPI_RC_ERR_INVALID_PARAMETER: " + ping + " has no setting or RunDiagTest argument Bogus\n");
+
+    // A port test on an Ethernet port: a given setting overrides the verb's default loop count;
+    // the test is polled through GetPortTestStatus until done.
+    const std::string portTest = "VeltraNIC_EthernetPort_DiagTest";
+    r = run({"--json", "diag", portTest, "vmnic4", "LoopCount=2"}, false);
+    EXPECT_EQ(r.status, 0) << r.err;
+    const nlohmann::json t = nlohmann::json::parse(r.out, nullptr, false);
+    EXPECT_EQ(t.value("passed", false), true) << r.out;
+    EXPECT_EQ(t["results"].value("Passed", 0), 200) << r.out;
+    EXPECT_EQ(t["results"].value("Status", 0), 2) << r.out;
+    r = run({"diag", portTest, "vmhba8"}, false);  // not an Ethernet port
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err.rfind("CMPI_RC_ERR_FAILED: ResetToDefaultSettings of " + portTest + " on vmhba8 returned 2", 0),
+              0u)
+        << r.err;
+
+    // A ping from an iSCSI port that gets no reply fails with the adapter's verdict.
+    host = slurp(VELTRA_SOURCE_DIR "/vtapi/sim/default_host.json");
+    host.insert(host.find('{') + 1, R"("behaviour": {"VTAPI_SDDiagPing": {"unreachable": ["192.168.10.9"]}},)");
+    const std::string unreachable = writeFile("unreachable.json", host);
+    r = run({"--host", unreachable, "diag", "VeltraiSCSI_Port_Ping_DiagTest", "vmhba8",
+             "IpV4AddressToPing=192.168.10.9"}, false);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "CMPI_RC_ERR_FAILED: VeltraiSCSI_Port_Ping_DiagTest failed on vmhba8: acStatus = Ping failed\n");
+    EXPECT_NE(r.out.find("  PacketSize = 56\n"), std::string::npos) << r.out;
 }
 
 }  // namespace

@@ -15,6 +15,7 @@ const char* const kLinkStatus = "VeltraFC_Port_LinkStatus_DiagTest";
 const char* const kSCM = "VeltraFC_Port_SCMStats";
 const char* const kRWBuffer = "VeltraFC_Port_ReadWriteBuffer_DiagTest";
 const char* const kDPort = "VeltraFC_DPort_DiagTest";
+const char* const kISCSILoopback = "VeltraiSCSI_Loopback_DiagTest";
 const char* const kTarget = "50:06:0e:80:10:27:01:01";
 
 class FCDiagTest : public ProviderClassTest {
@@ -216,6 +217,68 @@ TEST_F(FCDiagTest, AbortOnlyWhileRunningAndUnloadEndsRunningWorkers)
     broker_.reset();
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
     EXPECT_TRUE(waitUntil([&] { return threadCount() <= baselineThreads_; }, 2000));
+}
+
+// Every worker a method starts through the broker's thread service, refused
+// as an object manager out of threads refuses it: the method fails, the run
+// state says so, the diagnostic mode is free again and the next start runs.
+TEST_F(FCDiagTest, WorkersTheBrokerCannotCreate)
+{
+    struct Clear {
+        ~Clear() { vcim::Broker::setThreadFaults({}); }
+    } clear;
+    startWith();
+    const std::string port = firstPort();
+    auto refuseNextThread = [] { vcim::Broker::setThreadFaults({1, 0}); };
+    auto threadAsked = [] { return vcim::Broker::threadFaults().refuse == 0; };
+    const struct {
+        const char* cls;
+        std::vector<vcim::Property> args;
+    } threaded[] = {
+        {kPing, {str("TargetWWPN", kTarget), sint32("iIteration", 1), sint32("iStopOnError", 0)}},
+        {kEcho, {str("TargetWWPN", kTarget), sint32("iStopOnError", 0),
+                 {"iAddressType", vcim::Value::sint(CMPI_sint16, 0)}, sint32("iIteration", 1)}},
+        {kCT, {str("TargetWWPN", kTarget), sint32("iStopOnError", 0), sint32("CTDiagType", 0),
+               sint32("iIteration", 1)}},
+        {kRWBuffer, {}},
+    };
+    for (const auto& test : threaded) {
+        refuseNextThread();
+        EXPECT_EQ(run(test.cls, port, test.args), "2") << test.cls;
+        EXPECT_TRUE(threadAsked()) << test.cls;
+        EXPECT_EQ(get(test.cls, test.cls)["Status"], "4") << test.cls;
+        EXPECT_EQ(run(test.cls, port, test.args), "0") << test.cls;
+        EXPECT_TRUE(waitUntil([&] { return get(test.cls, test.cls)["Status"] != "1"; }, 5000)) << test.cls;
+        ASSERT_TRUE(waitUntil([&] { return reset(kLoopback, port) == "0"; }, 2000)) << test.cls;
+    }
+    EXPECT_EQ(logCount("pthread_create FAILED."), 4u);
+
+    // The iSCSI loopback leaves no test behind to destroy.
+    const std::vector<vcim::Property> iscsi = {str("iSCSIPort_InstanceID", "vmhba8")};
+    refuseNextThread();
+    EXPECT_EQ(invoke(kISCSILoopback, "StartPortTest", iscsi), "2");
+    EXPECT_TRUE(threadAsked());
+    EXPECT_EQ(logCount("Exiting StartPortTest with failure"), 1u);
+    EXPECT_EQ(invoke(kISCSILoopback, "DestroyPortTest", iscsi), "2");
+    EXPECT_EQ(invoke(kISCSILoopback, "StartPortTest", iscsi), "0");
+    EXPECT_EQ(invoke(kISCSILoopback, "DestroyPortTest", iscsi), "0");
+
+    // The NIC phantom core dump is not left collecting: the next one starts and ends.
+    const vcim::ObjectPath nic = keyPath("VeltraNIC_EthernetPort", "vmnic4");
+    vcim::MethodResult out;
+    refuseNextThread();
+    EXPECT_FALSE(broker().invokeMethod(nic, "GetPhantomCoreDump", {uint32("DumpMode", 1)}, out).ok());
+    EXPECT_TRUE(threadAsked());
+    auto bufferStatus = [&] {
+        broker().invokeMethod(nic, "GetPhantomCoreDumpBuffer", {uint32("DumpFlags", 0)}, out);
+        for (const vcim::Property& p : out.out)
+            if (p.name == "MethodExecutionStatus")
+                return p.value.toCimString();
+        return std::string("none");
+    };
+    EXPECT_NE(bufferStatus(), "4294967294");
+    ASSERT_TRUE(broker().invokeMethod(nic, "GetPhantomCoreDump", {uint32("DumpMode", 1)}, out).ok());
+    EXPECT_TRUE(waitUntil([&] { return bufferStatus() == "0"; }, 5000));
 }
 
 TEST_F(FCDiagTest, EchoShowsTheLibraryStatusAndBoundsItsMessage)
