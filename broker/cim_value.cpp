@@ -411,7 +411,8 @@ Value Value::array(CMPIType elemType, std::vector<Value> elems) {
         v.elems = std::move(elems);
         return v;
     }
-    v.octets.resize(elems.size());
+    v.octets_ = std::make_shared<Octets>();
+    v.octets_->bytes.resize(elems.size());
     for (size_t i = 0; i < elems.size(); ++i) v.setAt(i, std::move(elems[i]));
     return v;
 }
@@ -421,7 +422,8 @@ Value Value::octetArray(CMPIType elemType, std::vector<uint8_t> bytes) {
     v.type = static_cast<CMPIType>(elemType | CMPI_ARRAY);
     v.null = false;
     if (isOctetType(elemType)) {
-        v.octets = std::move(bytes);
+        v.octets_ = std::make_shared<Octets>();
+        v.octets_->bytes = std::move(bytes);
         return v;
     }
     for (uint8_t b : bytes) v.elems.push_back(Value::uint(elemType, b));
@@ -433,24 +435,45 @@ Value Value::nullArray(CMPIType elemType, size_t n) {
     v.type = static_cast<CMPIType>(elemType | CMPI_ARRAY);
     v.null = false;
     if (isOctetType(elemType)) {
-        v.octets.assign(n, 0);
-        v.octetNulls.assign(n, true);
+        v.octets_ = std::make_shared<Octets>();
+        v.octets_->bytes.assign(n, 0);
+        v.octets_->nulls.assign(n, true);
     } else {
         v.elems.assign(n, Value::nullOf(elemType));
     }
     return v;
 }
 
+const std::vector<uint8_t>& Value::bytes() const {
+    static const std::vector<uint8_t> kNone;
+    return octets_ ? octets_->bytes : kNone;
+}
+
+Value::Octets& Value::ownOctets() {
+    if (!octets_)
+        octets_ = std::make_shared<Octets>();
+    else if (octets_.use_count() > 1)
+        octets_ = std::make_shared<Octets>(*octets_);
+    return *octets_;
+}
+
 bool Value::nullAt(size_t i) const {
     if (!isOctetArray()) return elems[i].null;
-    return !octetNulls.empty() && octetNulls[i];
+    return octets_ && !octets_->nulls.empty() && octets_->nulls[i];
 }
 
 Value Value::at(size_t i) const {
     if (!isOctetArray()) return elems[i];
     const CMPIType elemType = static_cast<CMPIType>(type & ~CMPI_ARRAY);
     if (nullAt(i)) return nullOf(elemType);
-    return elemType == CMPI_sint8 ? sint(CMPI_sint8, static_cast<int8_t>(octets[i])) : uint(CMPI_uint8, octets[i]);
+    const uint8_t b = bytes()[i];
+    return elemType == CMPI_sint8 ? sint(CMPI_sint8, static_cast<int8_t>(b)) : uint(CMPI_uint8, b);
+}
+
+void Value::setOctet(size_t i, uint8_t b) {
+    Octets& o = ownOctets();
+    o.bytes[i] = b;
+    if (!o.nulls.empty()) o.nulls[i] = false;
 }
 
 void Value::setAt(size_t i, Value v) {
@@ -458,14 +481,14 @@ void Value::setAt(size_t i, Value v) {
         elems[i] = std::move(v);
         return;
     }
-    if (v.null) {
-        if (octetNulls.empty()) octetNulls.assign(octets.size(), false);
-        octetNulls[i] = true;
-        octets[i] = 0;
+    if (!v.null) {
+        setOctet(i, static_cast<uint8_t>(v.n.u));  // sint8: the low byte of the two's complement
         return;
     }
-    octets[i] = static_cast<uint8_t>(v.n.u);  // sint8: the low byte of the two's complement
-    if (!octetNulls.empty()) octetNulls[i] = false;
+    Octets& o = ownOctets();
+    if (o.nulls.empty()) o.nulls.assign(o.bytes.size(), false);
+    o.nulls[i] = true;
+    o.bytes[i] = 0;
 }
 
 bool Value::parse(CMPIType t, const std::string& text, Value& out, std::string* err) {

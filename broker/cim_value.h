@@ -39,20 +39,22 @@ struct Value {
     std::shared_ptr<ObjectPath> ref;     // ref
     std::shared_ptr<Instance> inst;      // instance
     // Array elements. uint8 and sint8 arrays (firmware images and dumps run to
-    // megabytes) keep their elements packed in `octets`, one byte each, with
-    // `octetNulls` marking null elements (empty: none is null); every other
-    // array keeps one Value per element in `elems`. count/at/setAt hide which.
+    // megabytes) keep their elements packed, one byte each, shared between
+    // copies until one of them writes, with a mark per null element only once
+    // one is null; every other array keeps one Value per element in `elems`.
+    // count/at/setAt hide which.
     std::vector<Value> elems;
-    std::vector<uint8_t> octets;
-    std::vector<bool> octetNulls;
 
     bool isArray() const { return (type & CMPI_ARRAY) != 0; }
     bool isOctetArray() const { return isArray() && isOctetType(static_cast<CMPIType>(type & ~CMPI_ARRAY)); }
     static bool isOctetType(CMPIType elemType) { return elemType == CMPI_uint8 || elemType == CMPI_sint8; }
-    size_t count() const { return isOctetArray() ? octets.size() : elems.size(); }
+    size_t count() const { return isOctetArray() ? bytes().size() : elems.size(); }
     bool nullAt(size_t i) const;
-    Value at(size_t i) const;          // i < count()
-    void setAt(size_t i, Value v);     // i < count(); v of the element type or null
+    Value at(size_t i) const;            // i < count()
+    void setAt(size_t i, Value v);       // i < count(); v of the element type or null
+    // Packed arrays: the bytes (null elements read 0) and a write of one byte.
+    const std::vector<uint8_t>& bytes() const;
+    void setOctet(size_t i, uint8_t b);  // i < count(); the element is no longer null
 
     static Value nullOf(CMPIType t);
     static Value boolean(bool b);
@@ -76,6 +78,14 @@ struct Value {
     // they are, datetimes in CIM form, references as object paths, arrays as
     // comma-separated elements; NULL for null values.
     std::string toCimString() const;
+
+private:
+    struct Octets {
+        std::vector<uint8_t> bytes;
+        std::vector<bool> nulls;  // empty: no element is null
+    };
+    std::shared_ptr<Octets> octets_;
+    Octets& ownOctets();  // unshared, for a write
 };
 
 struct Property {

@@ -477,18 +477,21 @@ CMPIData arrGetElementAt(const CMPIArray* a, CMPICount i, CMPIStatus* rc) {
     ArrayObj* o = get<ArrayObj>(a);
     if (!o) return fail(rc, CMPI_RC_ERR_INVALID_HANDLE);
     const Value& items = o->d.items;
-    if (i >= items.count()) return fail(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
-    setRc(rc, CMPI_RC_OK);
-    if (!items.isOctetArray()) return dataFromValue(items.elems[i]);
+    if (!items.isOctetArray()) {
+        if (i >= items.elems.size()) return fail(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+        setRc(rc, CMPI_RC_OK);
+        return dataFromValue(items.elems[i]);
+    }
     // Packed bytes: no Value is made per element (images run to megabytes).
-    const CMPIType elem = normalizeType(o->d.elemType);
-    CMPIData d = nullData(elem, 0);
+    const std::vector<uint8_t>& bytes = items.bytes();
+    if (i >= bytes.size()) return fail(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    setRc(rc, CMPI_RC_OK);
+    CMPIData d{};
+    d.type = o->d.elemType;  // uint8 or sint8: already normalized
     if (items.nullAt(i))
-        d.state |= CMPI_nullValue;
-    else if (elem == CMPI_sint8)
-        d.value.sint8 = static_cast<CMPISint8>(items.octets[i]);
+        d.state = CMPI_nullValue;
     else
-        d.value.uint8 = items.octets[i];
+        d.value.uint8 = bytes[i];  // sint8 shares the byte
     return d;
 }
 
@@ -501,7 +504,7 @@ CMPIStatus arrSetElementAt(CMPIArray* a, CMPICount i, const CMPIValue* value, CM
     if ((type & CMPI_ARRAY) || (type != CMPI_null && normalizeType(type) != elem))
         return err(CMPI_RC_ERR_TYPE_MISMATCH);
     if (items.isOctetArray() && type != CMPI_null && value) {
-        items.setAt(i, elem == CMPI_sint8 ? Value::sint(elem, value->sint8) : Value::uint(elem, value->uint8));
+        items.setOctet(i, value->uint8);  // sint8 shares the byte
         return ok();
     }
     // A chars value stored into a string array is the pointer itself (as sfcb takes it);

@@ -58,7 +58,7 @@ Status RunDump(Broker& broker, const DumpRequest& request, std::ostream& out) {
         const Value* next = outArg(result, "DumpFlags");
         if (!next || ++chunks > kMaxChunks) return failed("the provider did not end the download");
         const std::vector<uint8_t> none;
-        const std::vector<uint8_t>& bytes = buffer && buffer->isOctetArray() ? buffer->octets : none;
+        const std::vector<uint8_t>& bytes = buffer && buffer->isOctetArray() ? buffer->bytes() : none;
         if (!file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size())))
             return failed("cannot write " + request.file);
         written += bytes.size();

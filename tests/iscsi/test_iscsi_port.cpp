@@ -238,7 +238,7 @@ TEST_F(ISCSIPortTest, FirmwareDumpIsDownloadedInOrderedChunksAndRemoved)
     for (uint32_t flags = 0; flags != 0xFFFF;) {
         ASSERT_TRUE(call("GetFirmwareDumpBuffer", {uint32("DumpFlags", flags)}).ok()) << flags;
         ASSERT_NE(out("ImageBuffer"), nullptr);
-        const std::vector<uint8_t>& chunk = out("ImageBuffer")->octets;
+        const std::vector<uint8_t>& chunk = out("ImageBuffer")->bytes();
         bytes.insert(bytes.end(), chunk.begin(), chunk.end());
         EXPECT_EQ(outText("ImageBufferSize"), std::to_string(chunk.size()));
         flags = static_cast<uint32_t>(std::stoul(outText("DumpFlags")));

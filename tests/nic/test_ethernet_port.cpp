@@ -96,7 +96,7 @@ protected:
             EXPECT_NE(buffer, nullptr);
             EXPECT_EQ(outNumber("ImageBufferSize"), buffer ? buffer->count() : 0);
             if (buffer)
-                bytes.insert(bytes.end(), buffer->octets.begin(), buffer->octets.end());
+                bytes.insert(bytes.end(), buffer->bytes().begin(), buffer->bytes().end());
             flags = outNumber("DumpFlags");
         }
         return bytes;
