@@ -185,7 +185,7 @@ void buildTargets(Tree& t, FnRec& fr, const Function& f, Loc loc) {
     for (size_t ti = 0; ti < f.targets.size(); ++ti) {
         const Target& tg = f.targets[ti];
         auto* r = t.alloc<_tagVTAPI_SDMTarget>();
-        fillFields(r, tg.data, kTargetFields);
+        fillTarget(r, tg);
         loc.t = ti;
         t.where[r] = loc;
         TgtRec tr;
@@ -195,7 +195,7 @@ void buildTargets(Tree& t, FnRec& fr, const Function& f, Loc loc) {
             std::vector<_tagVTAPI_SDMLun*> lrecs;
             for (size_t li = 0; li < tg.luns.size(); ++li) {
                 auto* lr = t.alloc<_tagVTAPI_SDMLun>();
-                fillLun(lr, tg.luns[li], tg.data);
+                fillLun(lr, tg.luns[li], *r);
                 Loc ll2 = loc;
                 ll2.l = li;
                 t.where[lr] = ll2;
@@ -300,9 +300,9 @@ void refreshIn(Tree& t, size_t ai, size_t pi, size_t fi, bool targets) {
             FnRec& fr = ar.ports[p].fns[f];
             fillProtocol(fr.rec, fn);
             for (size_t ti = 0; targets && ti < fr.targets.size() && ti < fn.targets.size(); ++ti) {
-                fillFields(fr.targets[ti].rec, fn.targets[ti].data, kTargetFields);
+                fillTarget(fr.targets[ti].rec, fn.targets[ti]);
                 for (size_t li = 0; li < fr.targets[ti].luns.size() && li < fn.targets[ti].luns.size(); ++li)
-                    fillLun(fr.targets[ti].luns[li], fn.targets[ti].luns[li], fn.targets[ti].data);
+                    fillLun(fr.targets[ti].luns[li], fn.targets[ti].luns[li], *fr.targets[ti].rec);
             }
         }
     }
