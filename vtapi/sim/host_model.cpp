@@ -569,14 +569,12 @@ bool buildTarget(const json& desc, const std::string& path, size_t ti, size_t pi
         json values = json::object();
         for (auto it = desc.begin(); it != desc.end(); ++it)
             if (it.key() != "luns") values[it.key()] = *it;
-        json checked = values;
+        json positional = json::object();
         if (oddDefaults) {
-            const std::pair<const char*, json> kPositional[] = {
-                {"target_id", ti}, {"loop_id", 0x81 + ti}, {"target_loop_id", 0x81 + ti}, {"link_speed", speed}};
-            for (const auto& [key, value] : kPositional)
-                if (!checked.contains(key)) checked[key] = value;
+            positional = {{"target_id", ti}, {"loop_id", 0x81 + ti}, {"target_loop_id", 0x81 + ti}, {"link_speed", speed}};
+            positional.update(values);
         }
-        if (!checkFields(checked, kTargetFields, path, c.err)) return false;
+        if (!checkFields(oddDefaults ? positional : values, kTargetFields, path, c.err)) return false;
         // A null WWN is refused here, by the exception of its text.
         if (values.contains("node_wwn")) parseWwn(values["node_wwn"].get<std::string>(), out.nodeWwn);
         if (values.contains("port_wwn")) parseWwn(values["port_wwn"].get<std::string>(), out.portWwn);
