@@ -117,12 +117,14 @@ TEST_F(Gen, ConvergedAndMixedHostsWithVirtualFunctions) {
     EXPECT_GT(c.iscsi, 0u);
 }
 
-// A LUN costs a few allocations (its description's object, its place in the
-// tree), never an object of defaults or anything that grows with the host.
-TEST_F(Gen, LoadCostGrowsLinearlyWithTheLuns) {
+// A target or a LUN costs a few allocations (its description's object, its
+// place in the tree), never an object of defaults or anything that grows
+// with the host.
+TEST_F(Gen, LoadCostGrowsLinearlyWithTargetsAndLuns) {
     ASSERT_EQ(VTAPI_Initialize(0, 0), VTAPI_STATUS_OK);
-    auto allocationsToLoad = [&](unsigned luns) {
-        EXPECT_EQ(gen("--adapters 2 --ports 2 --targets 16 --luns " + std::to_string(luns), file), 0);
+    auto allocationsToLoad = [&](unsigned targets, unsigned luns) {
+        EXPECT_EQ(gen("--adapters 2 --ports 2 --targets " + std::to_string(targets) + " --luns " +
+                          std::to_string(luns), file), 0);
         std::stringstream text;
         text << std::ifstream(file).rdbuf();
         const std::string description = text.str();
@@ -130,10 +132,14 @@ TEST_F(Gen, LoadCostGrowsLinearlyWithTheLuns) {
         EXPECT_EQ(vtsim_load_host_json(description.c_str()), 0) << vtsim_last_error();  // rebuilds the tree
         return g_allocations - before;
     };
-    const unsigned long small = allocationsToLoad(16), large = allocationsToLoad(64);
+    const unsigned long fewLuns = allocationsToLoad(16, 16), manyLuns = allocationsToLoad(16, 64);
     ASSERT_EQ(count().luns, 4u * 16 * 64);
-    const double perLun = double(large - small) / (4 * 16 * (64 - 16));
-    EXPECT_LT(perLun, 8.0) << small << " allocations for 1024 LUNs, " << large << " for 4096";
+    const unsigned long fewTargets = allocationsToLoad(64, 1), manyTargets = allocationsToLoad(256, 1);
+    ASSERT_EQ(count().targets, 4u * 256);
+    const double perLun = double(manyLuns - fewLuns) / (4 * 16 * (64 - 16));
+    const double perTarget = double(manyTargets - fewTargets) / (4 * (256 - 64));
+    EXPECT_LT(perLun, 8.0) << fewLuns << " allocations for 1024 LUNs, " << manyLuns << " for 4096";
+    EXPECT_LT(perTarget, 24.0) << fewTargets << " allocations for 256 targets, " << manyTargets << " for 1024";
 }
 
 TEST_F(Gen, BadOptionsAreRefused) {

@@ -122,7 +122,8 @@ TEST_F(Inventory, SmallDescriptionGetsDefaultsAndGivenValuesStand) {
             {"number":7,"bus":200,"functions":[{"name":"fcx","instance":40,
               "fc":{"speed":16,"port_state":3,"port_wwn":"2100aabbccddeeff","driver_attr":8388608,
                     "scm":{"congestion_severity":9}},
-              "targets":[{"port_wwn":"50:00:00:00:00:00:00:01","vendor":"V","luns":[{"number":5,"bytes_per_block":4096}]}]}]}]}]})"));
+              "targets":[{"port_wwn":"50:00:00:00:00:00:00:01","vendor":"V","luns":[{"number":5,"bytes_per_block":4096}]},
+                         {"fcsp":null,"product":null,"scm":{"current_events":3},"luns":[{}]}]}]}]}]})"));
     ASSERT_EQ(w.adapters.size(), 2u);
 
     // Adapter 0: everything from defaults: dual-port newest-family FC HBA.
@@ -156,12 +157,21 @@ TEST_F(Inventory, SmallDescriptionGetsDefaultsAndGivenValuesStand) {
     EXPECT_EQ(f->device.chip_type_word, 12);
     EXPECT_EQ(f->device.scm_congestion_severity, 9);
     EXPECT_EQ(hexWwn(f->device.port_wwn), "21:00:aa:bb:cc:dd:ee:ff");
-    ASSERT_EQ(f->device.targets->count, 1u);
+    ASSERT_EQ(f->device.targets->count, 2u);
     VTAPI_SDMTarget* t = f->device.targets->first;
     EXPECT_EQ(std::string(t->vendor_id, 8), "V       ");
     ASSERT_EQ(t->luns->count, 1u);
     EXPECT_EQ(t->luns->first->lun_number, 5u);
     EXPECT_EQ(t->luns->first->bytes_per_block, 4096u);
+    EXPECT_EQ(std::string(t->luns->first->vendor_id, 8), "V       ") << "a LUN's inquiry texts are its target's";
+    // A null leaves a field, or a whole group of fields, unset.
+    VTAPI_SDMTarget* t2 = t->next;
+    EXPECT_EQ(t2->scm_current_events, 3);
+    EXPECT_EQ(t2->fcsp.role, 0);
+    EXPECT_EQ(t2->fcsp.port_name[0], '\0');
+    EXPECT_EQ(std::string(t2->product_id, 16), std::string(16, '\0'));
+    EXPECT_EQ(std::string(t2->luns->first->product_id, 16), std::string(16, '\0'));
+    EXPECT_EQ(std::string(t2->luns->first->vendor_id, 8), "ACME    ");
 }
 
 TEST_F(Inventory, NullListsAndKindsOfFunctions) {

@@ -1,10 +1,12 @@
 // Host descriptions: validation, defaults and the typed model.
 //
-// Each node (adapter, port, function, target, LUN) gets a defaults object
-// built from its position and its parent; the description is merged over it
-// with type checks against the default's JSON types, the persistent state of
-// the node is laid over that, and the record field tables check every value
-// the tree will show. Messages name the node by its path in the description.
+// Each adapter, port and function gets a defaults object built from its
+// position and its parent; the description is merged over it with type checks
+// against the default's JSON types, the persistent state of the node is laid
+// over that, and the record field tables check every value the tree will
+// show. Targets and LUNs, thousands of them in a large host, keep only their
+// description's values, checked the same way, and get their defaults straight
+// into their records. Messages name the node by its path in the description.
 #include "records.h"
 #include "sim_private.h"
 #include "vtapi_family.h"
@@ -12,6 +14,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <cstring>
 #include <set>
 
 namespace vtsim {
@@ -443,47 +446,6 @@ json iscsiLunDefaults(size_t li, Ctx& c) {
             {"wwuln", format("60:0a:09:80:00:1f:ee:%02x:%02x:%02x:00:00:00:00:00:01", (s >> 16) & 0xff, (s >> 8) & 0xff, s & 0xff)}};
 }
 
-// A target's defaults: a copy of one shared template with the values of its
-// position set (building the object from an initializer list costs several
-// times as much, and a large host has thousands of targets).
-json targetDefaults(size_t ti, size_t pi, int speed, Ctx& c) {
-    static const json kTemplate = {
-        {"node_wwn", ""}, {"port_wwn", ""}, {"port_id", ""},
-        {"port_type", 5}, {"bus_number", 0}, {"target_id", 0}, {"port_state", 1}, {"local", 0},
-        {"loop_id", 0}, {"status_byte1", VTAPI_TGT_STATUS1_ONLINE},
-        {"link_flags", VTAPI_TGT_LINK_FLAG_VALID}, {"status_byte2", VTAPI_TGT_STATUS2_READY},
-        {"ext_flags", 0},
-        {"scm",
-         {{"current_events", 0}, {"link_event_type", 0}, {"delivery_reason", 0},
-          {"peer_congestion_event_type", 0}, {"peer_congestion_event_period", 0},
-          {"current_state", 0}, {"link_integrity_events", 0}, {"secs_since_last_event", 0},
-          {"link_event_threshold", 0}}},
-        {"virtual_lane_state", 0}, {"io_throttling", 0}, {"peripheral_type", 0},
-        {"inquiry_version", 6}, {"vendor", "ACME"}, {"product", "FlashArray"}, {"revision", "6100"},
-        {"multipath_control", 0}, {"new_multipath_control", 0}, {"agent_flags", 0}, {"flags", 0},
-        {"bind_flags", 0}, {"target_loop_id", 0}, {"base_lun_number", 0},
-        {"ability_flags", 0}, {"type", 0}, {"beacon_control_flags", 0},
-        {"serial_number", ""},
-        {"fcsp", {{"role", 1}, {"auth_flag", 0}, {"auth_state", 0}, {"port_name", ""}, {"node_name", ""}}},
-        {"nvme_nqn", ""}, {"nvme_cntl_id", 0}, {"link_speed", 0},
-    };
-    unsigned s = ++c.tgtSeq;
-    uint8_t node[8] = {0x50, 0x06, 0x0e, 0x80, 0x10, static_cast<uint8_t>(s >> 8), static_cast<uint8_t>(s), 0x00};
-    uint8_t port[8] = {0x50, 0x06, 0x0e, 0x80, 0x10, static_cast<uint8_t>(s >> 8), static_cast<uint8_t>(s), 0x01};
-    json d = kTemplate;
-    d["node_wwn"] = hex(node, 8);
-    d["port_wwn"] = hex(port, 8);
-    d["port_id"] = format("%02x%02x00", (0x0a + (unsigned)pi) & 0xff, (0x20 + (unsigned)ti) & 0xff);
-    d["target_id"] = ti;
-    d["loop_id"] = 0x81 + ti;
-    d["target_loop_id"] = 0x81 + ti;
-    d["serial_number"] = format("ACME%06u", s);
-    d["fcsp"]["port_name"] = d["port_wwn"];
-    d["fcsp"]["node_name"] = d["node_wwn"];
-    d["link_speed"] = speed;
-    return d;
-}
-
 // ---- kinds and types -----------------------------------------------------------------
 
 bool parseEnum(const json& v, const std::vector<std::string>& names, uint32_t first, uint32_t max,
@@ -530,12 +492,44 @@ std::string genName(Ctx& c, bool nic) {
     }
 }
 
-// A LUN keeps only its description's values: its defaults go straight into
-// its record (fillLun). The values are checked as a merge over the defaults
-// would check them: each keeps the JSON kind of its default (the inquiry
-// texts' default is the target's, unchecked when that is null), then the
-// field table checks it.
-bool buildLun(const json& desc, const std::string& targetPath, size_t li, const json& tgtData, Ctx& c, Lun& out) {
+// Targets and LUNs keep only their description's own values: their defaults
+// go straight into their records (fillTarget, fillLun). The values are checked
+// as a merge over the defaults would check them: each keeps the JSON kind of
+// its default (text fields strings, number fields numbers, a group of fields
+// such as "scm" an object; a LUN's inquiry texts default to its target's, and
+// are unchecked when the target sets them null), a null or a key without a
+// default is taken as it is; then the field table checks every value.
+template <class PathFn>
+bool checkKinds(const json& desc, const FieldTable& t, const json* inquiryFrom, const PathFn& path, Ctx& c) {
+    auto kindOk = [&](const Field& f, const json& v, const std::string& key) {
+        if (v.is_null()) return true;
+        if (inquiryFrom && f.kind == FK::Fixed) {
+            const json* inherited = at(*inquiryFrom, f.key);
+            if (inherited && inherited->is_null()) return true;
+        }
+        const char* want = isTextField(f.kind) ? "string" : "number";
+        if (std::string(want) == kindOf(v)) return true;
+        return c.fail(path() + "." + key, std::string("expected a ") + want + ", got " + v.type_name());
+    };
+    for (auto it = desc.begin(); it != desc.end(); ++it) {
+        const std::string& k = it.key();
+        if (const Field* f = findField(t, k)) {
+            if (!kindOk(*f, *it, k)) return false;
+            continue;
+        }
+        const std::string group = k + "/";
+        bool isGroup = false;
+        for (size_t i = 0; i < t.count && !isGroup; ++i) isGroup = !std::strncmp(t.fields[i].key, group.c_str(), group.size());
+        if (!isGroup || it->is_null()) continue;
+        if (!it->is_object()) return c.fail(path() + "." + k, std::string("expected an object, got ") + it->type_name());
+        for (auto in = it->begin(); in != it->end(); ++in)
+            if (const Field* f = findField(t, group + in.key()))
+                if (!kindOk(*f, *in, k + "." + in.key())) return false;
+    }
+    return true;
+}
+
+bool buildLun(const json& desc, const std::string& targetPath, size_t li, const json& targetDesc, Ctx& c, Lun& out) {
     out.index = static_cast<uint32_t>(li);
     out.seq = ++c.lunSeq;
     // Its path is made only for a message: most LUNs have none.
@@ -545,18 +539,8 @@ bool buildLun(const json& desc, const std::string& targetPath, size_t li, const 
         out.number = static_cast<uint16_t>(li);
         return true;
     }
-    for (auto it = desc.begin(); it != desc.end(); ++it) {
-        const Field* f = findField(kLunFields, it.key());
-        if (!f || it->is_null()) continue;
-        const char* want = isTextField(f->kind) ? "string" : "number";
-        if (f->kind == FK::Fixed) {
-            const json* inherited = at(tgtData, f->key);
-            if (!inherited || inherited->is_null()) continue;
-        }
-        if (std::string(want) != kindOf(*it))
-            return c.fail(path() + "." + it.key(), std::string("expected a ") + want + ", got " + it->type_name());
-    }
-    if (!checkFields(desc, kLunFields, path(), c.err)) return false;
+    if (!checkKinds(desc, kLunFields, &targetDesc, path, c) || !checkFields(desc, kLunFields, path(), c.err))
+        return false;
     uint64_t n = li;
     if (desc.contains("number") && !getUInt(desc, "number", 0xffffffffu, path(), c, n)) return false;
     out.number = static_cast<uint16_t>(n);
@@ -568,26 +552,47 @@ const json kNoValues = json::object();
 
 bool buildTarget(const json& desc, const std::string& path, size_t ti, size_t pi, int speed, Ctx& c,
                  Target& out) {
-    json d = targetDefaults(ti, pi, speed, c);
-    if (!mergeChecked(d, desc, path, c, {"luns"}) || !checkFields(d, kTargetFields, path, c.err))
-        return false;
-    parseWwn(d["node_wwn"].get<std::string>(), out.nodeWwn);
-    parseWwn(d["port_wwn"].get<std::string>(), out.portWwn);
+    if (!desc.is_object()) return c.fail(path, std::string("expected an object, got ") + desc.type_name());
+    out.index = static_cast<uint32_t>(ti);
+    out.seq = ++c.tgtSeq;
+    out.portIndex = static_cast<uint8_t>(pi);
+    out.speed = speed;
+    defaultTargetWwn(out.seq, false, out.nodeWwn);
+    defaultTargetWwn(out.seq, true, out.portWwn);
     auto l = desc.find("luns");
+    const bool own = desc.size() > (l == desc.end() ? 0u : 1u);
+    // Defaults from a position past the 16-bit target and loop IDs, or from
+    // an odd function speed, do not fit the record: they are checked too.
+    const bool oddDefaults = ti > 0xffffu - 0x81 || speed < 0 || speed > 0xffff;
+    if (own || oddDefaults) {
+        if (!checkKinds(desc, kTargetFields, nullptr, [&] { return path; }, c)) return false;
+        json values = json::object();
+        for (auto it = desc.begin(); it != desc.end(); ++it)
+            if (it.key() != "luns") values[it.key()] = *it;
+        json positional = json::object();
+        if (oddDefaults) {
+            positional = {{"target_id", ti}, {"loop_id", 0x81 + ti}, {"target_loop_id", 0x81 + ti}, {"link_speed", speed}};
+            positional.update(values);
+        }
+        if (!checkFields(oddDefaults ? positional : values, kTargetFields, path, c.err)) return false;
+        // A null WWN is refused here, by the exception of its text.
+        if (values.contains("node_wwn")) parseWwn(values["node_wwn"].get<std::string>(), out.nodeWwn);
+        if (values.contains("port_wwn")) parseWwn(values["port_wwn"].get<std::string>(), out.portWwn);
+        if (own) out.data = std::move(values);
+    }
     if (l == desc.end()) {
         for (size_t li = 0; li < 2; ++li) {
             out.luns.emplace_back();
-            if (!buildLun(kNoValues, path, li, d, c, out.luns.back())) return false;
+            if (!buildLun(kNoValues, path, li, desc, c, out.luns.back())) return false;
         }
     } else if (!l->is_null()) {
         if (!l->is_array()) return c.fail(path + ".luns", "expected an array");
         out.luns.reserve(l->size());
         for (size_t li = 0; li < l->size(); ++li) {
             out.luns.emplace_back();
-            if (!buildLun((*l)[li], path, li, d, c, out.luns.back())) return false;
+            if (!buildLun((*l)[li], path, li, desc, c, out.luns.back())) return false;
         }
     }
-    out.data = std::move(d);
     return true;
 }
 
@@ -720,6 +725,7 @@ bool buildFunction(const json& desc, const std::string& path, const json& ad, Ad
             }
         } else if (!t->is_null()) {
             if (!t->is_array()) return c.fail(path + ".targets", "expected an array");
+            out.targets.reserve(t->size());
             for (size_t ti = 0; ti < t->size(); ++ti) {
                 out.targets.emplace_back();
                 if (!buildTarget((*t)[ti], idx(path, "targets", ti), ti, pi, speed, c, out.targets.back()))

@@ -76,9 +76,8 @@ const Target* targetByWwn(const std::vector<Target>& targets, const char* wwpn) 
     return nullptr;
 }
 
-bool targetOnline(const Target& t) {
-    return num<uint32_t>(t.data, "port_state", 1) == 1 &&
-           (num<uint32_t>(t.data, "status_byte1", VTAPI_TGT_STATUS1_ONLINE) & VTAPI_TGT_STATUS1_ONLINE);
+bool targetOnline(const VTAPI_SDMTarget& t) {
+    return t.port_state == 1 && (t.status_byte1 & VTAPI_TGT_STATUS1_ONLINE);
 }
 
 // Resolves the device and copies what a test needs, so the test can run
@@ -114,7 +113,7 @@ VTAPI_STATUS reachTarget(const FcInfo& fc, const char* wwpn, std::string& msg) {
         msg = format("Port %s not found", str(wwpn));
         return VTAPI_STATUS_NOT_FOUND;
     }
-    if (!targetOnline(*t)) {
+    if (!targetOnline(targetRecord(*t))) {
         msg = format("No response from %s", str(wwpn));
         return VTAPI_STATUS_TIMEOUT;
     }
@@ -488,18 +487,17 @@ VTAPI_STATUS VTAPI_GetLinkStatus(VTAPISDMDevice* device, VTAPI_LinkStatus** list
             parseWwn(text(fc.data, "fc/port_wwn", ""), e->port_wwn);
             copyText(e->dev_type, sizeof e->dev_type, "HBA");
             e->link_status = fc.link ? 0 : 1;
+            std::vector<uint8_t> b;
+            if (parseHex(text(src, "fc/port_id", "000000"), b) && b.size() == 3) std::memcpy(e->port_id, b.data(), 3);
         } else {
-            const Target& t = fc.targets[i - 1];
-            std::memcpy(e->node_wwn, t.nodeWwn, 8);
-            std::memcpy(e->port_wwn, t.portWwn, 8);
-            e->loop_id = num<uint32_t>(t.data, "loop_id", 0);
-            copyText(e->dev_type, sizeof e->dev_type,
-                     num<uint32_t>(t.data, "fcsp/role", 1) == 2 ? "Initiator" : "Target");
+            const VTAPI_SDMTarget t = targetRecord(fc.targets[i - 1]);
+            std::memcpy(e->node_wwn, t.node_wwn, 8);
+            std::memcpy(e->port_wwn, t.port_wwn, 8);
+            std::memcpy(e->port_id, t.port_id, 3);
+            e->loop_id = t.loop_id;
+            copyText(e->dev_type, sizeof e->dev_type, t.fcsp.role == 2 ? "Initiator" : "Target");
             e->link_status = targetOnline(t) ? 0 : 1;
         }
-        std::string pid = text(src, i == 0 ? "fc/port_id" : "port_id", "000000");
-        std::vector<uint8_t> b;
-        if (parseHex(pid, b) && b.size() == 3) std::memcpy(e->port_id, b.data(), 3);
         copyText(e->message, sizeof e->message, e->link_status ? "Link down" : "Link up");
         e->status = e->link_status;
         copyText(e->status_text, sizeof e->status_text, e->link_status ? "Failed" : "OK");
@@ -530,8 +528,9 @@ VTAPI_STATUS VTAPI_DiagnosticsReadWriteBufferTest(VTAPISDMDevice* device,
     uint32_t miscompare = num<uint32_t>(behaviourOf("VTAPI_DiagnosticsReadWriteBufferTest"), "miscompare", 0);
     VTAPI_ReadWriteBufferTestResult** tail = list;
     // One entry per online disk target.
-    for (const auto& t : fc.targets) {
-        if (!targetOnline(t) || num<uint32_t>(t.data, "peripheral_type", 0) != 0) continue;
+    for (const auto& tg : fc.targets) {
+        const VTAPI_SDMTarget t = targetRecord(tg);
+        if (!targetOnline(t) || t.inquiry_header[0] != 0) continue;
         auto* e = newNode<VTAPI_ReadWriteBufferTestResult>();
         if (!e) {
             freeList(*list);
@@ -543,11 +542,10 @@ VTAPI_STATUS VTAPI_DiagnosticsReadWriteBufferTest(VTAPISDMDevice* device,
         copyText(e->message, sizeof e->message, miscompare ? "Data miscompare" : "Passed");
         copyText(e->status_text, sizeof e->status_text,
                  format("%d buffers written and read back", settings->number_of_test));
-        e->loop_id = num<uint32_t>(t.data, "loop_id", 0);
-        std::vector<uint8_t> b;
-        if (parseHex(text(t.data, "port_id", ""), b) && b.size() == 3) std::memcpy(e->port_id, b.data(), 3);
-        std::memcpy(e->node_wwn, t.nodeWwn, 8);
-        std::memcpy(e->port_wwn, t.portWwn, 8);
+        e->loop_id = t.loop_id;
+        std::memcpy(e->port_id, t.port_id, 3);
+        std::memcpy(e->node_wwn, t.node_wwn, 8);
+        std::memcpy(e->port_wwn, t.port_wwn, 8);
         *tail = e;
         tail = &e->next;
     }
@@ -573,21 +571,21 @@ VTAPI_STATUS VTAPI_GetSCMRStatisticsList(VTAPISDMDevice* device, VTAPI_SANCONGTM
         allocForCaller(fc.targets.size() * sizeof(VTAPI_SANCONGTMGMTV2)));
     if (!e) return VTAPI_STATUS_NO_MEMORY;
     for (size_t i = 0; i < fc.targets.size(); ++i) {
-        const Target& t = fc.targets[i];
-        std::string key = "fc/scm_stats/" + wwnKey(t.portWwn) + "/";
+        const Target& tg = fc.targets[i];
+        const VTAPI_SDMTarget t = targetRecord(tg);
+        std::string key = "fc/scm_stats/" + wwnKey(tg.portWwn) + "/";
         // A reset leaves a zero under the function for the remote port.
         auto counter = [&](const char* k, uint64_t def) {
-            return num<uint64_t>(fc.data, key + k, num<uint64_t>(t.data, std::string("scm_stats/") + k, def));
+            return num<uint64_t>(fc.data, key + k, num<uint64_t>(tg.data, std::string("scm_stats/") + k, def));
         };
         VTAPI_SANCONGTMGMTV2& s = e[i];
-        s.loop_id = num<uint32_t>(t.data, "loop_id", 0);
-        std::memcpy(s.node_wwn, t.nodeWwn, 8);
-        std::memcpy(s.port_wwn, t.portWwn, 8);
+        s.loop_id = t.loop_id;
+        std::memcpy(s.node_wwn, t.node_wwn, 8);
+        std::memcpy(s.port_wwn, t.port_wwn, 8);
         s.version = 2;
         s.device_idx = static_cast<uint32_t>(i);
-        std::vector<uint8_t> b;
-        if (parseHex(text(t.data, "port_id", ""), b) && b.size() == 3) std::memcpy(s.port_id, b.data(), 3);
-        s.device_type = num<uint32_t>(t.data, "fcsp/role", 1);
+        std::memcpy(s.port_id, t.port_id, 3);
+        s.device_type = t.fcsp.role;
         s.congestion_alarm = counter("congestion_alarm", i + 1);
         s.congestion_warning = counter("congestion_warning", 2 * (i + 1));
         s.cleared_congestion = counter("cleared_congestion", i + 1);

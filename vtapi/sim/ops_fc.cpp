@@ -19,6 +19,7 @@
 // VTAPI_IsRebootRequired.answer, when given, is the answer to every reboot
 // query (0: writes never need a reboot).
 #include "ops_common.h"
+#include "records.h"
 
 #include <cstddef>
 
@@ -513,7 +514,9 @@ VTAPI_STATUS VTAPI_GetTargetLinkSpeed(VTAPISDMDevice* device, VTAPI_SDMTarget* t
     FnRef t = target ? findByRecord(target) : FnRef{};
     if (!t.t || t.fn != r.fn) return VTAPI_STATUS_NOT_FOUND;
     if (chipType(fn) < 8) return VTAPI_STATUS_NOT_SUPPORTED;
-    uint16_t def = num<uint16_t>(t.t->data, "link_speed", VTAPI_TGT_SPEED_INVALID);
+    // A speed the description leaves unset (null) reads as invalid.
+    const json* own = at(t.t->data, "link_speed");
+    uint16_t def = own && own->is_null() ? VTAPI_TGT_SPEED_INVALID : targetRecord(*t.t).link_speed;
     *speed = num<uint16_t>(fn.data, "fc/target_link_speed/" + wwnKey(t.t->portWwn), def);
     return VTAPI_STATUS_OK;
 }

@@ -446,11 +446,10 @@ bool parseWwn(const std::string& s, uint8_t out[8]) { return parseFixedHex(s, ou
 bool parseMac(const std::string& s, uint8_t out[6]) { return parseFixedHex(s, out, 6); }
 
 static std::string joinHex(const uint8_t* b, size_t n) {
-    std::string s;
-    char buf[4];
+    std::string s(n ? 3 * n - 1 : 0, ':');
     for (size_t i = 0; i < n; ++i) {
-        std::snprintf(buf, sizeof buf, i ? ":%02x" : "%02x", b[i]);
-        s += buf;
+        s[3 * i] = "0123456789abcdef"[b[i] >> 4];
+        s[3 * i + 1] = "0123456789abcdef"[b[i] & 15];
     }
     return s;
 }
@@ -646,17 +645,78 @@ const Field* findField(const FieldTable& t, std::string_view key) {
 
 bool isTextField(FK kind) { return kind >= FK::Text; }
 
+// True when the value at a '/'-separated path, or a group on the way to it, is null.
+static bool nullAt(const json& obj, const char* path) {
+    const json* cur = &obj;
+    const char* seg = path;
+    for (const char* p = path;; ++p) {
+        if (*p != '/' && *p != '\0') continue;
+        if (!cur->is_object()) return false;
+        auto it = cur->find(std::string_view(seg, static_cast<size_t>(p - seg)));
+        if (it == cur->end()) return false;
+        if (it->is_null()) return true;
+        if (*p == '\0') return false;
+        cur = &*it;
+        seg = p + 1;
+    }
+}
+
 void clearNullFields(void* rec, const json& obj, const FieldTable& t) {
     for (size_t i = 0; i < t.count; ++i) {
         const Field& f = t.fields[i];
-        const json* v = at(obj, f.key);
-        if (!v || !v->is_null()) continue;
+        if (!nullAt(obj, f.key)) continue;
         std::memset(static_cast<uint8_t*>(rec) + f.off, 0, f.size);
         if (f.kind == FK::HexBytes && f.off2) put(static_cast<uint8_t*>(rec) + f.off2, uint16_t{0});
     }
 }
 
-void fillLun(_tagVTAPI_SDMLun* r, const Lun& l, const json& target) {
+void defaultTargetWwn(uint32_t seq, bool port, uint8_t out[8]) {
+    const uint8_t w[8] = {0x50, 0x06, 0x0e, 0x80, 0x10, static_cast<uint8_t>(seq >> 8), static_cast<uint8_t>(seq),
+                          static_cast<uint8_t>(port ? 0x01 : 0x00)};
+    std::memcpy(out, w, sizeof w);
+}
+
+void fillTarget(_tagVTAPI_SDMTarget* r, const Target& t) {
+    // Everything before the LUN list and the link is the target's own.
+    std::memset(r, 0, offsetof(Tgt, luns));
+    const uint32_t ti = t.index, s = t.seq;
+    defaultTargetWwn(s, false, r->node_wwn);
+    defaultTargetWwn(s, true, r->port_wwn);
+    r->port_id[0] = static_cast<uint8_t>(0x0a + t.portIndex);
+    r->port_id[1] = static_cast<uint8_t>(0x20 + ti);
+    r->port_type = 5;
+    r->target_id = static_cast<uint16_t>(ti);
+    r->port_state = 1;
+    r->loop_id = r->target_loop_id = static_cast<uint16_t>(0x81 + ti);
+    r->status_byte1 = VTAPI_TGT_STATUS1_ONLINE;
+    r->link_flags = VTAPI_TGT_LINK_FLAG_VALID;
+    r->status_byte2 = VTAPI_TGT_STATUS2_READY;
+    r->inquiry_header[2] = 6;   // inquiry version
+    auto* base = reinterpret_cast<uint8_t*>(r);
+    putFixed(base + offsetof(Tgt, vendor_id), sizeof r->vendor_id, "ACME");
+    putFixed(base + offsetof(Tgt, product_id), sizeof r->product_id, "FlashArray");
+    putFixed(base + offsetof(Tgt, revision), sizeof r->revision, "6100");
+    std::snprintf(r->serial_number, sizeof r->serial_number, "ACME%06u", s);
+    r->fcsp.role = 1;
+    putText(reinterpret_cast<uint8_t*>(r->fcsp.port_name), sizeof r->fcsp.port_name, wwnText(r->port_wwn));
+    putText(reinterpret_cast<uint8_t*>(r->fcsp.node_name), sizeof r->fcsp.node_name, wwnText(r->node_wwn));
+    r->link_speed = static_cast<uint16_t>(t.speed);
+    if (t.data.is_object() && !t.data.empty()) {
+        clearNullFields(r, t.data, kTargetFields);
+        fillFields(r, t.data, kTargetFields);
+    }
+}
+
+_tagVTAPI_SDMTarget targetRecord(const Target& t) {
+    _tagVTAPI_SDMTarget r{};
+    fillTarget(&r, t);
+    return r;
+}
+
+void fillLun(_tagVTAPI_SDMLun* r, const Lun& l, const _tagVTAPI_SDMTarget& target) {
+    static_assert(sizeof r->vendor_id == sizeof target.vendor_id && sizeof r->product_id == sizeof target.product_id &&
+                      sizeof r->revision == sizeof target.revision,
+                  "a LUN's inquiry texts are its target's");
     const uint32_t li = l.index, s = l.seq;
     r->lun_number = li;
     r->data = 1;
@@ -666,14 +726,10 @@ void fillLun(_tagVTAPI_SDMLun* r, const Lun& l, const json& target) {
     r->inquiry_header[0] = 0;   // peripheral type
     r->inquiry_header[2] = 6;   // inquiry version
     auto* base = reinterpret_cast<uint8_t*>(r);
-    // The inquiry texts are the target's; a null there leaves them unset.
-    static const Field* const kInquiry[] = {findField(kLunFields, "vendor"), findField(kLunFields, "product"),
-                                             findField(kLunFields, "revision")};
     static const Field* const kWwuln = findField(kLunFields, "wwuln");
-    for (const Field* f : kInquiry) {
-        const json* v = at(target, f->key);
-        if (v && v->is_string()) putFixed(base + f->off, f->size, v->get_ref<const std::string&>());
-    }
+    std::memcpy(r->vendor_id, target.vendor_id, sizeof r->vendor_id);
+    std::memcpy(r->product_id, target.product_id, sizeof r->product_id);
+    std::memcpy(r->revision, target.revision, sizeof r->revision);
     r->is_current_path = 1;
     r->lun_flags = 0;
     const uint8_t naa[16] = {0x60, 0x06, 0x0e, 0x80, 0x00, 0x1f, 0xee, static_cast<uint8_t>(s >> 16),

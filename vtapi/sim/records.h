@@ -69,14 +69,24 @@ void fillFields(void* rec, const json& obj, const FieldTable& t);
 const Field* findField(const FieldTable& t, std::string_view key);
 // Text, Fixed, Wwn, Mac, PortId, HexBytes, IscsiIp: fields given as JSON strings.
 bool isTextField(FK kind);
-// Zeroes the fields whose value in obj is null: a null leaves a field unset.
+// Zeroes the fields whose value (or a group holding it) in obj is null: a
+// null leaves a field unset.
 void clearNullFields(void* rec, const json& obj, const FieldTable& t);
 
-// A LUN's record: its defaults (from its position, its host-wide sequence
-// number and its target's inquiry texts) written straight into the record,
-// then the description's own values. A large host holds hundreds of
-// thousands of LUNs, too many to build a JSON object of defaults for each.
-void fillLun(_tagVTAPI_SDMLun* rec, const Lun& lun, const json& target);
+// Target and LUN records: their defaults written straight into the record,
+// then the description's own values. A large host holds thousands of
+// targets and hundreds of thousands of LUNs, too many to build a JSON object
+// of defaults for each.
+// A target's defaults come from its position, its host-wide sequence number
+// and its function's speed; its LUN list and link are left alone.
+void fillTarget(_tagVTAPI_SDMTarget* rec, const Target& target);
+// Default node (port false) or port WWN of the target with host-wide sequence number seq.
+void defaultTargetWwn(uint32_t seq, bool port, uint8_t out[8]);
+// A target's values as its record shows them (for operation code).
+_tagVTAPI_SDMTarget targetRecord(const Target& target);
+// A LUN's defaults come from its position, its host-wide sequence number and
+// its target's record (inquiry texts).
+void fillLun(_tagVTAPI_SDMLun* rec, const Lun& lun, const _tagVTAPI_SDMTarget& target);
 
 // Text forms.
 bool parseWwn(const std::string& s, uint8_t out[8]);

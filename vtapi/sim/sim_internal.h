@@ -17,8 +17,11 @@
 // Model. One Host holds adapters -> ports -> functions -> targets -> LUNs.
 // Each level carries the typed fields the tree walk needs plus `data`, the
 // node's full JSON description with every default filled in (see README.md
-// for the keys). Operation code reads data with the keys documented there and
-// may add its own keys (read them with .value(key, default)).
+// for the keys); targets and LUNs, too many in a large host to hold their
+// defaults as JSON, keep only their description's own values and get their
+// defaults straight into their records (records.h). Operation code reads data
+// with the keys documented there and may add its own keys (read them with
+// .value(key, default)).
 //
 // All model access happens under the one recursive mutex: `auto g = vtsim::lock();`
 // References returned by the find* functions stay valid only while it is held.
@@ -58,8 +61,13 @@ struct Lun {
 struct Target {
     uint8_t nodeWwn[8] = {};
     uint8_t portWwn[8] = {};
+    uint32_t index = 0;        // position in its function
+    uint32_t seq = 0;          // host-wide target sequence number (default WWNs, serial number)
+    uint8_t portIndex = 0;     // physical port index of its function (default port ID)
+    int32_t speed = 0;         // its function's link speed (default link speed)
     std::vector<Lun> luns;
-    json data;                 // full target description (defaults filled)
+    json data;                 // the description's own values (null when none); defaults: fillTarget,
+                               // values as the caller sees them: targetRecord (records.h)
 };
 
 struct Function {

@@ -182,10 +182,12 @@ void link(L* list, std::vector<N*>& nodes) {
 void buildTargets(Tree& t, FnRec& fr, const Function& f, Loc loc) {
     auto* list = t.alloc<_vtapi_target_list_t>();
     std::vector<_tagVTAPI_SDMTarget*> recs;
+    recs.reserve(f.targets.size());
+    fr.targets.reserve(f.targets.size());
     for (size_t ti = 0; ti < f.targets.size(); ++ti) {
         const Target& tg = f.targets[ti];
         auto* r = t.alloc<_tagVTAPI_SDMTarget>();
-        fillFields(r, tg.data, kTargetFields);
+        fillTarget(r, tg);
         loc.t = ti;
         t.where[r] = loc;
         TgtRec tr;
@@ -193,9 +195,10 @@ void buildTargets(Tree& t, FnRec& fr, const Function& f, Loc loc) {
         if (!tg.luns.empty()) {
             auto* ll = t.alloc<_vtapi_lun_list_t>();
             std::vector<_tagVTAPI_SDMLun*> lrecs;
+            lrecs.reserve(tg.luns.size());
             for (size_t li = 0; li < tg.luns.size(); ++li) {
                 auto* lr = t.alloc<_tagVTAPI_SDMLun>();
-                fillLun(lr, tg.luns[li], tg.data);
+                fillLun(lr, tg.luns[li], *r);
                 Loc ll2 = loc;
                 ll2.l = li;
                 t.where[lr] = ll2;
@@ -224,6 +227,18 @@ void buildNpar(Tree& t, _vtapi_adapter_t* r, const Adapter& a) {
 std::unique_ptr<Tree> build(const std::shared_ptr<Host>& host) {
     auto t = std::make_unique<Tree>();
     t->host = host;
+    // A large host has hundreds of thousands of records: size the tables once.
+    size_t records = 1;
+    for (const auto& a : host->adapters) {
+        records += 2 + a.ports.size();
+        for (const auto& p : a.ports)
+            for (const auto& f : p.functions) {
+                records += 3 + f.targets.size();
+                for (const auto& tg : f.targets) records += 1 + tg.luns.size();
+            }
+    }
+    t->where.reserve(records);
+    t->blocks.reserve(records);
     t->head = t->alloc<_vtapi_adapter_list_t>();
     std::vector<_vtapi_adapter_t*> arecs;
     for (size_t ai = 0; ai < host->adapters.size(); ++ai) {
@@ -300,9 +315,9 @@ void refreshIn(Tree& t, size_t ai, size_t pi, size_t fi, bool targets) {
             FnRec& fr = ar.ports[p].fns[f];
             fillProtocol(fr.rec, fn);
             for (size_t ti = 0; targets && ti < fr.targets.size() && ti < fn.targets.size(); ++ti) {
-                fillFields(fr.targets[ti].rec, fn.targets[ti].data, kTargetFields);
+                fillTarget(fr.targets[ti].rec, fn.targets[ti]);
                 for (size_t li = 0; li < fr.targets[ti].luns.size() && li < fn.targets[ti].luns.size(); ++li)
-                    fillLun(fr.targets[ti].luns[li], fn.targets[ti].luns[li], fn.targets[ti].data);
+                    fillLun(fr.targets[ti].luns[li], fn.targets[ti].luns[li], *fr.targets[ti].rec);
             }
         }
     }
