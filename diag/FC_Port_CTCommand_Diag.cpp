@@ -2,30 +2,7 @@
 // worker thread with the arguments of "RunDiagTest".
 #include "diag_test.h"
 
-#include "CmpiData.h"
-
 namespace {
-
-TextTest gFC_Port_CTCommand_Diag;
-
-ClassProperties kCTProperties("VeltraFC_Port_CTCommand_Diag");
-const PropertyTable<TextTestRecord> kCTTable(kCTProperties, {
-    Computed<TextTestRecord>("InstanceID", CMPI_string, [](const TextTestRecord&, PropertyValue&) { return false; }),
-    VELTRA_FIELD(TextTestRecord, portID, "FCPortInstanceID", CMPI_string),
-    VELTRA_FIELD(TextTestRecord, target, "TargetWWPN", CMPI_string),
-    VELTRA_FIELD(TextTestRecord, stopOnError, "iStopOnError", CMPI_sint32),
-    VELTRA_FIELD(TextTestRecord, ctType, "CTDiagType", CMPI_sint32),
-    VELTRA_FIELD(TextTestRecord, iterations, "iIteration", CMPI_sint32),
-    VELTRA_FIELD(TextTestRecord, status, "Status", CMPI_sint32),
-    VELTRA_FIELD(TextTestRecord, message, "acTestMessage", CMPI_string),
-    VELTRA_FIELD(TextTestRecord, result, "iResult", CMPI_sint32),
-    VELTRA_FIELD(TextTestRecord, elapsed, "uElapsedTime", CMPI_uint32),
-});
-
-void build(CmpiInstance& instance)
-{
-    kCTTable.build(instance, gFC_Port_CTCommand_Diag.snapshot());
-}
 
 int ctCommand(VTAPISDMDevice* device, const TextTestRecord& args, char* text, uint32_t* elapsed)
 {
@@ -33,30 +10,15 @@ int ctCommand(VTAPISDMDevice* device, const TextTestRecord& args, char* text, ui
                                       args.iterations);
 }
 
-void runDiagTest(const DiagCall& call, const DiagPort& port)
-{
-    TextTestRecord args;
-    CopyLibraryText(args.portID, port.instanceID.c_str(), port.instanceID.size());
-    const std::string target = DiagStringArg(call, "TargetWWPN");
-    CopyLibraryText(args.target, target.c_str(), target.size());
-    args.stopOnError = static_cast<int32_t>(DiagIntegerArg(call, "iStopOnError"));
-    args.ctType = static_cast<int32_t>(DiagIntegerArg(call, "CTDiagType"));
-    args.iterations = static_cast<int32_t>(DiagIntegerArg(call, "iIteration"));
-    gFC_Port_CTCommand_Diag.run(call, port, args, ctCommand, "VTAPI_DiagnosticsCTCommand");
-}
+ClassProperties kCTProperties("VeltraFC_Port_CTCommand_Diag");
+TextTest gFC_Port_CTCommand_Diag(kCTProperties, true, ctCommand, "VTAPI_DiagnosticsCTCommand",
+                                 {{"iStopOnError", &TextTestRecord::stopOnError},
+                                  {"CTDiagType", &TextTestRecord::ctType},
+                                  {"iIteration", &TextTestRecord::iterations}});
 
-const DiagMethod kCTMethods[] = {
-    {"ResetToDefaultSettings", "RESET_TO_DEFAULT_SETTINGS", DiagGate::Idle,
-     [](const DiagCall&, const DiagPort&) { gFC_Port_CTCommand_Diag.reset(); },
-     "****** ResetToDefaultSettings completed successfully"},
-    {"AbortTest", "ABORT_TEST", DiagGate::Running,
-     [](const DiagCall&, const DiagPort& port) { gFC_Port_CTCommand_Diag.abort(port); },
-     "****** AbortTest completed successfully"},
-    {"RunDiagTest", "RUN_DIAG_TEST", DiagGate::Idle, runDiagTest, "****** RunDiagTest completed successfully"},
-};
-
-const DiagClass kCTClass{"VeltraFC_Port_CTCommand_Diag", "FC_Port_CTCommand_Diag", build, kCTMethods,
-                           std::size(kCTMethods), nullptr};
+using Test = TextTestClass<gFC_Port_CTCommand_Diag>;
+const DiagClass kCTClass{"VeltraFC_Port_CTCommand_Diag", "FC_Port_CTCommand_Diag", Test::build, Test::methods,
+                         std::size(Test::methods), nullptr};
 
 } // namespace
 

@@ -590,6 +590,37 @@ void AbortThreadedTest(const DiagPort& port, std::mutex& mutex, int32_t& status)
     status = kDiagAborted;
 }
 
+namespace {
+
+PropertyTable<TextTestRecord> textTestTable(ClassProperties& owner, bool ctType)
+{
+    using R = TextTestRecord;
+    std::vector<Property<R>> rows = {
+        Computed<R>("InstanceID", CMPI_string, [](const R&, PropertyValue&) { return false; }),
+        VELTRA_FIELD(R, portID, "FCPortInstanceID", CMPI_string),
+        VELTRA_FIELD(R, target, "TargetWWPN", CMPI_string),
+        VELTRA_FIELD(R, stopOnError, "iStopOnError", CMPI_sint32),
+    };
+    if (ctType)
+        rows.push_back(VELTRA_FIELD(R, ctType, "CTDiagType", CMPI_sint32));
+    rows.insert(rows.end(), {
+        VELTRA_FIELD(R, iterations, "iIteration", CMPI_sint32),
+        VELTRA_FIELD(R, status, "Status", CMPI_sint32),
+        VELTRA_FIELD(R, message, "acTestMessage", CMPI_string),
+        VELTRA_FIELD(R, result, "iResult", CMPI_sint32),
+        VELTRA_FIELD(R, elapsed, "uElapsedTime", CMPI_uint32),
+    });
+    return PropertyTable<R>(owner, std::move(rows));
+}
+
+} // namespace
+
+TextTest::TextTest(ClassProperties& owner, bool ctType, LibraryCall library, const char* logName,
+                   std::initializer_list<TextTestArg> args)
+    : table_(textTestTable(owner, ctType)), library_(library), logName_(logName), args_(args)
+{
+}
+
 TextTestRecord TextTest::snapshot()
 {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -602,9 +633,16 @@ void TextTest::reset()
     record_ = TextTestRecord{};
 }
 
-void TextTest::run(const DiagCall& call, const DiagPort& port, const TextTestRecord& args, LibraryCall library,
-                   const char* logName)
+void TextTest::run(const DiagCall& call, const DiagPort& port)
 {
+    TextTestRecord args;
+    CopyLibraryText(args.portID, port.instanceID.c_str(), port.instanceID.size());
+    const std::string target = DiagStringArg(call, "TargetWWPN");
+    CopyLibraryText(args.target, target.c_str(), target.size());
+    for (const TextTestArg& arg : args_)
+        args.*arg.field = static_cast<int32_t>(DiagIntegerArg(call, arg.name));
+    const LibraryCall library = library_;
+    const char* logName = logName_;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         CopyLibraryText(record_.portID, args.portID);

@@ -23,6 +23,7 @@
 #include <condition_variable>
 #include <cstring>
 #include <functional>
+#include <initializer_list>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -284,20 +285,53 @@ struct TextTestRecord {
     int32_t result = 0;
     uint32_t elapsed = 0;
 };
+// One integer argument of "RunDiagTest" and the record field it fills.
+struct TextTestArg {
+    const char* name;
+    int32_t TextTestRecord::*field;
+};
 class TextTest {
 public:
-    TextTestRecord snapshot();
-    // Stores the run's arguments and starts `call` (device, record with
-    // the arguments, text buffer of 1024 bytes, elapsed out) on a worker.
+    // The library call (device, record with the arguments, text buffer of
+    // 1024 bytes, elapsed out), the name its result is logged under, and the
+    // integer arguments read after "TargetWWPN", in that order.
+    // The class publishes "InstanceID" (left out), "FCPortInstanceID",
+    // "TargetWWPN", "iStopOnError", "CTDiagType" (with `ctType`),
+    // "iIteration", "Status", "acTestMessage", "iResult", "uElapsedTime".
     using LibraryCall = int (*)(VTAPISDMDevice* device, const TextTestRecord& args, char* text, uint32_t* elapsed);
-    void run(const DiagCall& call, const DiagPort& port, const TextTestRecord& args, LibraryCall library,
-             const char* logName);
+    TextTest(ClassProperties& owner, bool ctType, LibraryCall library, const char* logName,
+             std::initializer_list<TextTestArg> args);
+    TextTestRecord snapshot();
+    void build(CmpiInstance& instance) { table_.build(instance, snapshot()); }
+    // "RunDiagTest": reads the arguments, stores them and starts the
+    // library call on a worker.
+    void run(const DiagCall& call, const DiagPort& port);
     void abort(const DiagPort& port) { AbortThreadedTest(port, mutex_, record_.status); }
     void reset();
 
 private:
+    PropertyTable<TextTestRecord> table_;
+    LibraryCall library_;
+    const char* logName_;
+    std::vector<TextTestArg> args_;
     std::mutex mutex_;
     TextTestRecord record_;
+};
+
+// The instance and the methods of a text test class:
+// "ResetToDefaultSettings", "AbortTest" and "RunDiagTest" on `test`.
+template <TextTest& test>
+struct TextTestClass {
+    static void build(CmpiInstance& instance) { test.build(instance); }
+    static void reset(const DiagCall&, const DiagPort&) { test.reset(); }
+    static void abort(const DiagCall&, const DiagPort& port) { test.abort(port); }
+    static void run(const DiagCall& call, const DiagPort& port) { test.run(call, port); }
+    static constexpr DiagMethod methods[] = {
+        {"ResetToDefaultSettings", "RESET_TO_DEFAULT_SETTINGS", DiagGate::Idle, reset,
+         "****** ResetToDefaultSettings completed successfully"},
+        {"AbortTest", "ABORT_TEST", DiagGate::Running, abort, "****** AbortTest completed successfully"},
+        {"RunDiagTest", "RUN_DIAG_TEST", DiagGate::Idle, run, "****** RunDiagTest completed successfully"},
+    };
 };
 
 // ---- settings and list results ----

@@ -7,8 +7,6 @@
 #include "property_table.h"
 #include "veltra_nic_utils.h"
 
-#include <cstdarg>
-#include <cstdio>
 #include <optional>
 #include <string>
 
@@ -111,18 +109,6 @@ CmpiStatus getInstance_FCPort_Stats(const CmpiContext&, CmpiResult& rslt, const 
                   });
 }
 
-CmpiStatus methodFailure(CMPIrc rc, const char* format, ...) VELTRA_PRINTF_FORMAT(2, 3);
-CmpiStatus methodFailure(CMPIrc rc, const char* format, ...)
-{
-    char message[512];
-    va_list args;
-    va_start(args, format);
-    vsnprintf(message, sizeof message, format, args);
-    va_end(args);
-    Log::LogError("%s: Error: %s", kWho, message);
-    return CmpiStatus(rc, message);
-}
-
 MethodOutcome resetPortStats(const CmpiObjectPath& ref)
 {
     std::string key;
@@ -131,15 +117,14 @@ MethodOutcome resetPortStats(const CmpiObjectPath& ref)
         return MethodOutcome::Status(failure);
     const FCPortLookup port = LookupFCPort(key.c_str(), kWho);
     if (port.firstMatchInvalid)
-        return MethodOutcome::Status(methodFailure(
-            CMPI_RC_ERR_NOT_FOUND, "Found a device that has the same Key value but the entry is invalid!"));
+        return MethodOutcome::Status(MethodFailure(CMPI_RC_ERR_NOT_FOUND, kWho, "Found a device that has the same Key value but the entry is invalid!"));
     if (port.index < 0)
         return MethodOutcome::Status(
-            methodFailure(CMPI_RC_ERR_NOT_FOUND, "No matching instance found, KeyValue=%s!", key.c_str()));
+            MethodFailure(CMPI_RC_ERR_NOT_FOUND, kWho, "No matching instance found, KeyValue=%s!", key.c_str()));
     const FCPortEntry& entry = g_FCPortList.entries[port.index];
     const VTAPI_STATUS code = VTAPI_ResetDeviceStats(entry.device);
     if (code != VTAPI_STATUS_OK)
-        return MethodOutcome::Status(methodFailure(CMPI_RC_ERR_FAILED, "Failed to reset statistics, ErrorCode=%u!", code));
+        return MethodOutcome::Status(MethodFailure(CMPI_RC_ERR_FAILED, kWho, "Failed to reset statistics, ErrorCode=%u!", code));
     Log::DebugPrint("****** Successfully reset statistics for HBA[%u], instance [%s]", entry.device->instance,
                     key.c_str());
     return MethodOutcome::Value(0);

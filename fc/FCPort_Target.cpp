@@ -15,7 +15,6 @@
 
 #include <strings.h>
 
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -284,18 +283,6 @@ CmpiStatus getInstance_FCPort_Target(const CmpiContext&, CmpiResult& rslt, const
 
 // ---- methods ----
 
-CmpiStatus methodFailure(CMPIrc rc, const char* logPrefix, const char* format, ...) VELTRA_PRINTF_FORMAT(3, 4);
-CmpiStatus methodFailure(CMPIrc rc, const char* logPrefix, const char* format, ...)
-{
-    char message[512];
-    va_list args;
-    va_start(args, format);
-    vsnprintf(message, sizeof message, format, args);
-    va_end(args);
-    Log::LogError("%s: Error: %s", logPrefix, message);
-    return CmpiStatus(rc, message);
-}
-
 struct MethodCall {
     const char* name;
     const FCPortEntry& entry;
@@ -331,7 +318,7 @@ MethodOutcome getDiscTargetProperty(const MethodCall& call)
     const VTAPI_STATUS code = VTAPI_UpdateDiscTargetProperty(call.entry.device, call.target);
     if (code != VTAPI_STATUS_OK)
         return libraryResult(call, code,
-                             methodFailure(CMPI_RC_ERR_FAILED, call.logPrefix().c_str(),
+                             MethodFailure(CMPI_RC_ERR_FAILED, call.logPrefix().c_str(),
                                            "Failed to get device port property record"));
     std::string text;
     for (const Property<T>& row : kTargetTable.rows()) {
@@ -361,11 +348,11 @@ MethodOutcome getTargetLinkSpeed(const MethodCall& call)
     const VTAPI_STATUS code = VTAPI_GetTargetLinkSpeed(call.entry.device, call.target, &speed);
     if (code != VTAPI_STATUS_OK)
         return libraryResult(call, code,
-                             methodFailure(CMPI_RC_ERR_FAILED, call.logPrefix().c_str(),
+                             MethodFailure(CMPI_RC_ERR_FAILED, call.logPrefix().c_str(),
                                            "Failed to retrieve target iidma settings"));
     if (speed == VTAPI_TGT_SPEED_INVALID)
         return libraryResult(call, VTAPI_STATUS_BAD,
-                             methodFailure(CMPI_RC_ERR_FAILED, call.logPrefix().c_str(),
+                             MethodFailure(CMPI_RC_ERR_FAILED, call.logPrefix().c_str(),
                                            "Invalid iidma settings for selected target"));
     call.out.setArg("Speed", CmpiData(static_cast<CMPIUint32>(speed)));
     logSuccess(call, "got GetTargetLinkSpeed");
@@ -376,22 +363,22 @@ MethodOutcome setTargetLinkSpeed(const MethodCall& call)
 {
     const CmpiData arg = call.in.getArg("Speed");
     if (arg.isNotFound() || arg.isNullValue())
-        return MethodOutcome::Status(methodFailure(CMPI_RC_ERR_INVALID_PARAMETER, call.logPrefix().c_str(),
+        return MethodOutcome::Status(MethodFailure(CMPI_RC_ERR_INVALID_PARAMETER, call.logPrefix().c_str(),
                                                    "Missing required argument [%s]!", "Speed"));
     uint32_t speed = 0;
     if (arg.getType() == CMPI_uint32)
         speed = static_cast<CMPIUint32>(arg);
     if (arg.getType() != CMPI_uint32 || speed == 0 || speed >= VTAPI_TGT_SPEED_INVALID)
-        return MethodOutcome::Status(methodFailure(CMPI_RC_ERR_INVALID_PARAMETER, call.logPrefix().c_str(),
+        return MethodOutcome::Status(MethodFailure(CMPI_RC_ERR_INVALID_PARAMETER, call.logPrefix().c_str(),
                                                    "Invalid argument [%s]!", "Speed"));
     const VTAPI_STATUS code = VTAPI_SetTargetLinkSpeed(call.entry.device, call.target, static_cast<uint16_t>(speed));
     if (code == VTAPI_STATUS_NOT_SUPPORTED)
         return libraryResult(call, code,
-                             methodFailure(CMPI_RC_ERR_NOT_SUPPORTED, "invokeMethod_FCPort: SetTargetLinkSpeed",
+                             MethodFailure(CMPI_RC_ERR_NOT_SUPPORTED, "invokeMethod_FCPort: SetTargetLinkSpeed",
                                            "Setting target iidma is unsupported"));
     if (code != VTAPI_STATUS_OK)
         return libraryResult(call, code,
-                             methodFailure(CMPI_RC_ERR_FAILED, "invokeMethod_FCPort_Target: SetTargetLinkSpeed",
+                             MethodFailure(CMPI_RC_ERR_FAILED, "invokeMethod_FCPort_Target: SetTargetLinkSpeed",
                                            "Failed to save iidma settings on target"));
     logSuccess(call, "set VTAPI_SetTargetLinkSpeed");
     return libraryResult(call, code);
@@ -419,13 +406,13 @@ MethodOutcome runTargetMethod(const CmpiObjectPath& ref, const char* methodName,
         return MethodOutcome::Status(failure);
     const FCPortLookup port = LookupFCPort(portKey.c_str(), kWho);
     if (port.firstMatchInvalid)
-        return MethodOutcome::Status(methodFailure(CMPI_RC_ERR_NOT_FOUND, kWho,
+        return MethodOutcome::Status(MethodFailure(CMPI_RC_ERR_NOT_FOUND, kWho,
                                                    "Found a device that has the same Key value but the entry is "
                                                    "invalid!"));
     VTAPI_SDMTarget* target = port.index < 0 ? nullptr : FindFCTarget(static_cast<uint32_t>(port.index),
                                                                         targetKey.c_str());
     if (!target)
-        return MethodOutcome::Status(methodFailure(CMPI_RC_ERR_NOT_FOUND, kWho, "No matching instance found, "
+        return MethodOutcome::Status(MethodFailure(CMPI_RC_ERR_NOT_FOUND, kWho, "No matching instance found, "
                                                    "KeyValue=%s!", port.index < 0 ? portKey.c_str()
                                                                                   : targetKey.c_str()));
     return method->run(MethodCall{method->name, g_FCPortList.entries[port.index], target, in, out});

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "adapter_tree.h"
+#include "handler_pattern.h"
 #include "vtapi.h"
 
 #include <cstddef>
@@ -71,6 +72,31 @@ bool ParseISCSIKey(const char* key, size_t count, std::string& name, uint32_t* n
 // The used target of the function whose name equals `name` ignoring case
 // and whose id is `id`; null when none.
 const VTAPI_HBATGTENTRY* FindISCSITarget(const vtapi_protocol_t* function, const std::string& name, uint32_t id);
+
+// The get shape of the classes below a function's targets, keyed also by
+// the function ("iSCSI_InstanceID", read first: a failed read returns its
+// status). Their "InstanceID" is a target key with `Count` numbers, the
+// first the target id; find(function, target, numbers) gives the object,
+// with a null target when the function, the key or the target is unknown.
+template <size_t Count, class Find, class Make>
+CmpiStatus RunISCSITargetGet(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop, bool returnInstance,
+                             Find find, Make make)
+{
+    std::string functionKey;
+    CmpiStatus failure(CMPI_RC_OK);
+    if (!ReadStringKey(cop, "iSCSI_InstanceID", who, functionKey, failure))
+        return failure;
+    const auto lookup = [&](const char* key) {
+        const ISCSIFunction f = FindISCSIFunction(functionKey.c_str());
+        std::string name;
+        uint32_t numbers[Count] = {};
+        const VTAPI_HBATGTENTRY* target = nullptr;
+        if (f && ParseISCSIKey(key, Count, name, numbers))
+            target = FindISCSITarget(f.function, name, numbers[0]);
+        return find(f.function, target, static_cast<const uint32_t*>(numbers));
+    };
+    return RunGet(who, rslt, cop, returnInstance, lookup, make);
+}
 
 // ---- requests ----
 

@@ -57,3 +57,23 @@ CmpiStatus GetNICFunctionInstance(const char* who, CmpiResult& rslt, const CmpiO
     return RunGet(who, rslt, cop, returnInstance, FindNICFunction,
                   [&](const RequestClass& rc, const NICFunction& f) { return make(rc, properties, f); });
 }
+
+NICCountersClass::NICCountersClass(ClassProperties& owner,
+                                   std::initializer_list<Property<vtapi_eth_stats_t>> counters)
+    : key_(owner, {Computed<NICFunction>("InstanceID", CMPI_string,
+                                         [](const NICFunction& f, PropertyValue& v) {
+                                             v.setText(NICFunctionName(f.fn));
+                                             return true;
+                                         })}),
+      counters_(owner, counters)
+{
+}
+
+CmpiInstance NICCountersClass::make(const RequestClass& rc, const char** properties, const NICFunction& f) const
+{
+    CmpiInstance instance = MakeNICFunctionInstance(rc, properties, f);
+    key_.build(instance, f);
+    (void)VTAPI_RefreshEthernetStats(f.adapter, NICFunctionName(f.fn).c_str());
+    counters_.build(instance, f.fn->nic.stats);
+    return instance;
+}

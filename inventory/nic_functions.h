@@ -4,9 +4,13 @@
 #pragma once
 
 #include "adapter_tree.h"
+#include "class_registry.h"
 #include "handler_pattern.h"
+#include "property_table.h"
 #include "vtapi.h"
 
+#include <cstddef>
+#include <initializer_list>
 #include <string>
 
 struct NICFunction {
@@ -47,3 +51,59 @@ CmpiStatus GetNICFunctionInstance(const char* who, CmpiResult& rslt, const CmpiO
                                   const char** properties, bool returnInstance, MakeNICInstance make);
 // An instance of the function with its key set, filtered by `properties`.
 CmpiInstance MakeNICFunctionInstance(const RequestClass& rc, const char** properties, const NICFunction& f);
+
+// ---- counters classes ----
+
+// A class publishing the Ethernet counters of every NIC function, keyed
+// "InstanceID" = interface name. Each instance refreshes the function's
+// counters first; when that fails the last ones read are shown.
+class NICCountersClass {
+public:
+    NICCountersClass(ClassProperties& owner, std::initializer_list<Property<vtapi_eth_stats_t>> counters);
+    CmpiInstance make(const RequestClass& rc, const char** properties, const NICFunction& f) const;
+
+private:
+    PropertyTable<NICFunction> key_;
+    PropertyTable<vtapi_eth_stats_t> counters_;
+};
+
+// A counter published under its field name; element i of a counter array
+// as "<name><i>".
+#define VELTRA_ETH_COUNTER(member) VELTRA_FIELD(vtapi_eth_stats_t, member, #member, CMPI_uint64)
+#define VELTRA_ETH_COUNTER_ELEMENT(member, i)                                                              \
+    Property<vtapi_eth_stats_t>{#member #i,                                                                \
+                                CMPI_uint64,                                                               \
+                                FieldStore::U64,                                                           \
+                                offsetof(vtapi_eth_stats_t, member) + (i) * sizeof(uint64_t),              \
+                                sizeof(uint64_t),                                                          \
+                                nullptr,                                                                   \
+                                Write::No,                                                                 \
+                                0}
+
+// Registers a counters class (family `family`) with handlers named after
+// `suffix`.
+#define VELTRA_NIC_COUNTERS_CLASS(family, suffix, className, counters, properties)                          \
+    namespace {                                                                                            \
+    CmpiInstance makeInstance_##suffix(const RequestClass& rc, const char** p, const NICFunction& f)       \
+    {                                                                                                      \
+        return (counters).make(rc, p, f);                                                                  \
+    }                                                                                                      \
+    CmpiStatus enumInstanceNames_##suffix(const CmpiContext&, CmpiResult& r, const CmpiObjectPath& c)      \
+    {                                                                                                      \
+        return EnumNICFunctionNames("enumInstanceNames_" #suffix, r, c);                                   \
+    }                                                                                                      \
+    CmpiStatus enumInstances_##suffix(const CmpiContext&, CmpiResult& r, const CmpiObjectPath& c,          \
+                                      const char** p)                                                      \
+    {                                                                                                      \
+        return EnumNICFunctionInstances("enumInstances_" #suffix, r, c, p, makeInstance_##suffix);         \
+    }                                                                                                      \
+    CmpiStatus getInstance_##suffix(const CmpiContext&, CmpiResult& r, const CmpiObjectPath& c,            \
+                                    const char** p, bool ri)                                               \
+    {                                                                                                      \
+        return GetNICFunctionInstance("getInstance_" #suffix, r, c, p, ri, makeInstance_##suffix);         \
+    }                                                                                                      \
+    }                                                                                                      \
+    VELTRA_CLASS_FAMILY(family, className,                                                                 \
+                        (ClassHandlers{enumInstanceNames_##suffix, enumInstances_##suffix,                 \
+                                       getInstance_##suffix, nullptr, nullptr, nullptr}),                  \
+                        properties)

@@ -112,21 +112,12 @@ CmpiStatus enumInstances_iSCSI_Target(const CmpiContext&, CmpiResult& rslt, cons
 CmpiStatus getInstance_iSCSI_Target(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                     const char** properties, bool returnInstance)
 {
-    std::string functionKey;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!ReadStringKey(cop, "iSCSI_InstanceID", kGetWho, functionKey, failure))
-        return failure;
-    const auto find = [&](const char* key) {
-        const ISCSIFunction f = FindISCSIFunction(functionKey.c_str());
-        std::string name;
-        uint32_t id = 0;
-        if (!f || !ParseISCSIKey(key, 1, name, &id))
-            return TargetRef{};
-        return TargetRef{f.function, FindISCSITarget(f.function, name, id)};
-    };
-    return RunGet(kGetWho, rslt, cop, returnInstance, find, [properties](const RequestClass& rc, const TargetRef& r) {
-        return makeInstance_iSCSI_Target(rc, properties, r);
-    });
+    return RunISCSITargetGet<1>(
+        kGetWho, rslt, cop, returnInstance,
+        [](const vtapi_protocol_t* function, const VTAPI_HBATGTENTRY* target, const uint32_t*) {
+            return TargetRef{function, target};
+        },
+        [properties](const RequestClass& rc, const TargetRef& r) { return makeInstance_iSCSI_Target(rc, properties, r); });
 }
 
 } // namespace

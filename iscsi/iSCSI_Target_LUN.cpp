@@ -119,26 +119,16 @@ CmpiStatus enumInstances_iSCSI_Target_LUN(const CmpiContext&, CmpiResult& rslt, 
 CmpiStatus getInstance_iSCSI_Target_LUN(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                         const char** properties, bool returnInstance)
 {
-    std::string functionKey;
-    CmpiStatus failure(CMPI_RC_OK);
-    if (!ReadStringKey(cop, "iSCSI_InstanceID", kGetWho, functionKey, failure))
-        return failure;
-    const auto find = [&](const char* key) {
-        const ISCSIFunction f = FindISCSIFunction(functionKey.c_str());
-        std::string name;
-        uint32_t numbers[2] = {};
-        const VTAPI_HBATGTENTRY* target = nullptr;
-        if (f && ParseISCSIKey(key, 2, name, numbers))
-            target = FindISCSITarget(f.function, name, numbers[0]);
+    const auto find = [](const vtapi_protocol_t* function, const VTAPI_HBATGTENTRY* target, const uint32_t* numbers) {
         LunRef found;
         if (target)
-            forEachLunOf(f.function, *target, [&](const LunRef& r) {
+            forEachLunOf(function, *target, [&](const LunRef& r) {
                 if (!found && r.lun->lun_num == numbers[1])
                     found = r;
             });
         return found;
     };
-    return RunGet(kGetWho, rslt, cop, returnInstance, find, [properties](const RequestClass& rc, const LunRef& r) {
+    return RunISCSITargetGet<2>(kGetWho, rslt, cop, returnInstance, find, [properties](const RequestClass& rc, const LunRef& r) {
         return makeInstance_iSCSI_Target_LUN(rc, properties, r);
     });
 }

@@ -24,8 +24,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <mutex>
 #include <optional>
@@ -354,19 +352,6 @@ DumpState& dumps()
     return state;
 }
 
-// Formats a method failure, error-logs it and returns it as a status.
-CmpiStatus methodFailure(CMPIrc rc, const char* format, ...) VELTRA_PRINTF_FORMAT(2, 3);
-CmpiStatus methodFailure(CMPIrc rc, const char* format, ...)
-{
-    char message[Log::kMessageSize];
-    va_list args;
-    va_start(args, format);
-    vsnprintf(message, sizeof message, format, args);
-    va_end(args);
-    Log::LogError("%s: Error: %s", kMethodWho, message);
-    return CmpiStatus(rc, message);
-}
-
 // One method request.
 struct Call {
     const std::string& key;
@@ -379,7 +364,7 @@ struct Call {
     {
         const NICFunction f = FindNICFunction(key.c_str());
         if (!f)
-            throw methodFailure(CMPI_RC_ERR_NOT_FOUND, "No matching instance found, KeyValue=%s!", key.c_str());
+            throw MethodFailure(CMPI_RC_ERR_NOT_FOUND, kMethodWho, "No matching instance found, KeyValue=%s!", key.c_str());
         return f;
     }
 
@@ -394,7 +379,7 @@ struct Call {
         else if (data.getType() != type)
             why = ValueRead::Invalid;
         if (why != ValueRead::Ok)
-            throw methodFailure(CMPI_RC_ERR_INVALID_PARAMETER, "%s", RefusalText(why, name).c_str());
+            throw MethodFailure(CMPI_RC_ERR_INVALID_PARAMETER, kMethodWho, "%s", RefusalText(why, name).c_str());
         return data;
     }
 
@@ -402,7 +387,7 @@ struct Call {
     CmpiStatus libraryFailed(uint32_t rc, const char* call, CMPIrc status = CMPI_RC_ERR_FAILED) const
     {
         out.setArg("ReturnCode", CmpiData(static_cast<CMPIUint32>(rc)));
-        return methodFailure(status, "%s() failed for InstanceID=%s, errorCode=%u", call, key.c_str(), rc);
+        return MethodFailure(status, kMethodWho, "%s() failed for InstanceID=%s, errorCode=%u", call, key.c_str(), rc);
     }
 };
 
@@ -418,7 +403,7 @@ CmpiStatus getFirmwareDump(const Call& c)
         const std::string file = dir + "/nic_minidump" + std::to_string(s.fileNumber++);
         if (dir.empty() || !s.firmware.start(file.c_str()) || !CreatePrivateDumpFile(s.firmware.path)) {
             s.firmware.clear();
-            return methodFailure(CMPI_RC_ERR_NOT_FOUND, "%s", kNoDump);
+            return MethodFailure(CMPI_RC_ERR_NOT_FOUND, kMethodWho, "%s", kNoDump);
         }
         memcpy(path, s.firmware.path, sizeof path);
     }
@@ -431,7 +416,7 @@ CmpiStatus getFirmwareDump(const Call& c)
     }
     struct stat info {};
     if (stat(path, &info) != 0)
-        return methodFailure(CMPI_RC_ERR_NOT_FOUND, "%s", kNoDump);
+        return MethodFailure(CMPI_RC_ERR_NOT_FOUND, kMethodWho, "%s", kNoDump);
     c.out.setArg("TotalImageBufferSize", CmpiData(static_cast<CMPIUint64>(info.st_size)));
     return CmpiStatus(CMPI_RC_OK);
 }
@@ -503,14 +488,14 @@ CmpiStatus getPhantomCoreDump(const Call& c)
     std::unique_lock<std::mutex> lock(s.mutex);
     s.phantom.clear();
     if (s.block.status == kPhantomRunning)
-        return methodFailure(CMPI_RC_ERR_FAILED, "Operation failed because, the system is in diag mode");
+        return MethodFailure(CMPI_RC_ERR_FAILED, kMethodWho, "Operation failed because, the system is in diag mode");
     lock.unlock();
     const NICFunction f = c.resolve();
     lock.lock();
     // A worker that has stored its result may still be detaching: it ends
     // before the next one starts, so one worker at most is ever tracked.
     if (!s.workerDone.wait_for(lock, std::chrono::seconds(5), [&] { return !s.workerActive; }))
-        return methodFailure(CMPI_RC_ERR_FAILED, "Operation failed because, the system is in diag mode");
+        return MethodFailure(CMPI_RC_ERR_FAILED, kMethodWho, "Operation failed because, the system is in diag mode");
     reapWorker(s);
     s.block = PhantomBlock{};
     s.block.adapter = f.adapter;
@@ -538,7 +523,7 @@ CmpiStatus getPhantomCoreDump(const Call& c)
         s.workerContext.reset();
         s.block.status = kPhantomStarting;
         s.workerActive = false;
-        return methodFailure(CMPI_RC_ERR_NOT_FOUND, "VTAPI_NicGetFirmwareDump() failed for InstanceID=%s",
+        return MethodFailure(CMPI_RC_ERR_NOT_FOUND, kMethodWho, "VTAPI_NicGetFirmwareDump() failed for InstanceID=%s",
                              c.key.c_str());
     }
     Log::DebugPrint("pthread_create OK.");
@@ -610,7 +595,7 @@ CmpiStatus getNICStats(const Call& c)
         c.out.setArg("StatsNames", CmpiData(names));
         c.out.setArg("StatsValues", CmpiData(values));
     } catch (...) {
-        status = methodFailure(CMPI_RC_ERR_FAILED, "Caught an exception while saving data to StatsNames!");
+        status = MethodFailure(CMPI_RC_ERR_FAILED, kMethodWho, "Caught an exception while saving data to StatsNames!");
     }
     if (list)
         VTAPI_FreeMem(list);
@@ -637,7 +622,7 @@ CmpiStatus getDCBXParams(const Call& c)
             bytes[static_cast<int>(i)] = CmpiData(static_cast<CMPIUint8>(buffer[i]));
         c.out.setArg("DcbxParamsBuffer", CmpiData(bytes));
     } catch (...) {
-        status = methodFailure(CMPI_RC_ERR_FAILED, "Caught an exception while saving data to DcbxParamsBuffer!");
+        status = MethodFailure(CMPI_RC_ERR_FAILED, kMethodWho, "Caught an exception while saving data to DcbxParamsBuffer!");
     }
     if (buffer)
         VTAPI_FreeMem(buffer);
@@ -732,24 +717,18 @@ CmpiStatus invokeMethod_NICEthernetPort(CmpiBroker& broker, const CmpiContext& c
                                         CmpiArgs& out)
 {
     Log::DebugPrint("Entering %s", kMethodWho);
-    const CmpiStatus status = RunMethod(rslt, [&] {
-        std::string key;
-        CmpiStatus failure(CMPI_RC_ERR_METHOD_NOT_FOUND, methodName ? methodName : "");
-        if (!ReadStringKey(ref, "InstanceID", kMethodWho, key, failure))
-            return MethodOutcome::Status(failure);
-        const auto* method = FindMethod(kMethods, methodName);
-        if (!method)
-            return MethodOutcome::Status(failure);
-        CmpiStatus done(CMPI_RC_OK);
-        try {
-            done = method->run(Call{key, in, out, broker, ctx});
-        } catch (const CmpiStatus& thrown) {
-            Log::LogError("%s %s exception: %s %s", kMethodWho, method->tag, GetCMPIErrorString(thrown.rc()),
-                          thrown.msg() ? thrown.msg() : "");
-            done = thrown;
-        }
-        return done.rc() == CMPI_RC_OK ? MethodOutcome::Value(0) : MethodOutcome::Status(done);
-    });
+    const CmpiStatus status =
+        RunKeyedMethod(kMethodWho, rslt, ref, methodName, kMethods, [&](const auto& method, const std::string& key) {
+            CmpiStatus done(CMPI_RC_OK);
+            try {
+                done = method.run(Call{key, in, out, broker, ctx});
+            } catch (const CmpiStatus& thrown) {
+                Log::LogError("%s %s exception: %s %s", kMethodWho, method.tag, GetCMPIErrorString(thrown.rc()),
+                              thrown.msg() ? thrown.msg() : "");
+                done = thrown;
+            }
+            return MethodOutcome::Done(done);
+        });
     Log::DebugPrint("Exiting  %s", kMethodWho);
     return status;
 }

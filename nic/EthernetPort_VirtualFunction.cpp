@@ -12,8 +12,6 @@
 #include "CmpiArgs.h"
 #include "CmpiData.h"
 
-#include <cstdarg>
-#include <cstdio>
 #include <string>
 
 namespace {
@@ -89,19 +87,7 @@ void forEachVF(Each each)
 
 // ---- methods ----
 
-CmpiStatus methodFailure(CMPIrc rc, const char* format, ...) VELTRA_PRINTF_FORMAT(2, 3);
-CmpiStatus methodFailure(CMPIrc rc, const char* format, ...)
-{
-    char message[Log::kMessageSize];
-    va_list args;
-    va_start(args, format);
-    vsnprintf(message, sizeof message, format, args);
-    va_end(args);
-    Log::LogError("%s: Error: %s", kMethodWho, message);
-    return CmpiStatus(rc, message);
-}
-
-CmpiStatus missingArguments() { return methodFailure(CMPI_RC_ERR_INVALID_PARAMETER, "Missing required arguments!"); }
+CmpiStatus missingArguments() { return MethodFailure(CMPI_RC_ERR_INVALID_PARAMETER, kMethodWho, "Missing required arguments!"); }
 
 bool given(const CmpiData& data) { return !data.isNotFound() && !data.isNullValue(); }
 
@@ -129,7 +115,7 @@ CmpiStatus readSpoofCheck(const CmpiArgs& in, Request& r)
     if (read == ValueRead::Missing)
         return missingArguments();
     if (read == ValueRead::Invalid)
-        return methodFailure(CMPI_RC_ERR_INVALID_PARAMETER, "%s", RefusalText(read, "mac_spoof_status").c_str());
+        return MethodFailure(CMPI_RC_ERR_INVALID_PARAMETER, kMethodWho, "%s", RefusalText(read, "mac_spoof_status").c_str());
     r.a = static_cast<CMPIBoolean>(data) ? 1 : 0;
     return CmpiStatus(CMPI_RC_OK);
 }
@@ -146,7 +132,7 @@ CmpiStatus readBandwidth(const CmpiArgs& in, Request& r)
         if (read == ValueRead::Missing)
             Log::DebugPrint("%s: %s is NULL, 0 is used", kMethodWho, arg.name);
         else if (read == ValueRead::Invalid)
-            return methodFailure(CMPI_RC_ERR_INVALID_PARAMETER, "%s", RefusalText(read, arg.name).c_str());
+            return MethodFailure(CMPI_RC_ERR_INVALID_PARAMETER, kMethodWho, "%s", RefusalText(read, arg.name).c_str());
         else
             *arg.value = static_cast<CMPIUint32>(data);
     }
@@ -160,7 +146,7 @@ CmpiStatus readVlanId(const CmpiArgs& in, Request& r)
     if (read == ValueRead::Missing)
         return missingArguments();
     if (read == ValueRead::Invalid)
-        return methodFailure(CMPI_RC_ERR_INVALID_PARAMETER, "%s", RefusalText(read, "vlanId").c_str());
+        return MethodFailure(CMPI_RC_ERR_INVALID_PARAMETER, kMethodWho, "%s", RefusalText(read, "vlanId").c_str());
     r.a = static_cast<CMPIUint32>(data);
     return CmpiStatus(CMPI_RC_OK);
 }
@@ -180,11 +166,11 @@ CmpiStatus readMacAddress(const CmpiArgs& in, Request& r)
 {
     ValueRead read = readMac(in, "mac_address", r.mac);
     if (read != ValueRead::Ok)
-        return methodFailure(CMPI_RC_ERR_INVALID_PARAMETER, "%s", RefusalText(read, "mac_address").c_str());
+        return MethodFailure(CMPI_RC_ERR_INVALID_PARAMETER, kMethodWho, "%s", RefusalText(read, "mac_address").c_str());
     // The optional second address goes to the library as given.
     read = readMac(in, "mac_address2", r.mac2);
     if (read == ValueRead::Invalid)
-        return methodFailure(CMPI_RC_ERR_INVALID_PARAMETER, "%s", RefusalText(read, "mac_address2").c_str());
+        return MethodFailure(CMPI_RC_ERR_INVALID_PARAMETER, kMethodWho, "%s", RefusalText(read, "mac_address2").c_str());
     r.hasMac2 = read == ValueRead::Ok;
     return CmpiStatus(CMPI_RC_OK);
 }
@@ -246,33 +232,27 @@ CmpiStatus invokeMethod_EthernetPort_VirFunc(const CmpiContext&, CmpiResult& rsl
                                              const char* methodName, const CmpiArgs& in, CmpiArgs&)
 {
     Log::DebugPrint("Entering %s", kMethodWho);
-    const CmpiStatus status = RunMethod(rslt, [&] {
-        std::string key;
-        CmpiStatus failure(CMPI_RC_ERR_METHOD_NOT_FOUND, methodName ? methodName : "");
-        if (!ReadStringKey(ref, "InstanceID", kMethodWho, key, failure))
-            return MethodOutcome::Status(failure);
-        const auto* method = FindMethod(kMethods, methodName);
-        if (!method)
-            return MethodOutcome::Status(failure);
-        try {
-            Request request;
-            const CmpiStatus read = method->read(in, request);
-            if (read.rc() != CMPI_RC_OK)
-                return MethodOutcome::Status(read);
-            const VirtualFunction vf = makeVirFuncFromKeyString(key.c_str());
-            if (!vf)
-                return MethodOutcome::Status(
-                    methodFailure(CMPI_RC_ERR_NOT_FOUND, "No matching instance found, KeyValue=%s!", key.c_str()));
-            const VTAPI_STATUS rc = method->call(vf, request);
-            if (rc != VTAPI_STATUS_OK)
-                return MethodOutcome::Status(
-                    methodFailure(CMPI_RC_ERR_FAILED, "Failed to update configuration, ErrorCode=%u!", rc));
-            return MethodOutcome::Value(0);
-        } catch (const CmpiStatus& thrown) {
-            Log::LogError(method->exceptionLog, GetCMPIErrorString(thrown.rc()), thrown.msg());
-            throw;
-        }
-    });
+    const CmpiStatus status =
+        RunKeyedMethod(kMethodWho, rslt, ref, methodName, kMethods, [&](const auto& method, const std::string& key) {
+            try {
+                Request request;
+                const CmpiStatus read = method.read(in, request);
+                if (read.rc() != CMPI_RC_OK)
+                    return MethodOutcome::Status(read);
+                const VirtualFunction vf = makeVirFuncFromKeyString(key.c_str());
+                if (!vf)
+                    return MethodOutcome::Status(MethodFailure(CMPI_RC_ERR_NOT_FOUND, kMethodWho,
+                                                               "No matching instance found, KeyValue=%s!", key.c_str()));
+                const VTAPI_STATUS rc = method.call(vf, request);
+                if (rc != VTAPI_STATUS_OK)
+                    return MethodOutcome::Status(MethodFailure(CMPI_RC_ERR_FAILED, kMethodWho,
+                                                               "Failed to update configuration, ErrorCode=%u!", rc));
+                return MethodOutcome::Value(0);
+            } catch (const CmpiStatus& thrown) {
+                Log::LogError(method.exceptionLog, GetCMPIErrorString(thrown.rc()), thrown.msg());
+                throw;
+            }
+        });
     Log::DebugPrint("Exiting  %s, status=%d", kMethodWho, status.rc());
     return status;
 }

@@ -5,7 +5,7 @@
 #include "class_registry.h"
 #include "handler_pattern.h"
 #include "helpers.h"
-#include "npar_ops.h"
+#include "npar_functions.h"
 #include "property_table.h"
 #include "veltra_nic_utils.h"
 #include "vtapi.h"
@@ -14,9 +14,7 @@
 
 #include <strings.h>
 
-#include <cstdarg>
 #include <cstdint>
-#include <cstdio>
 #include <functional>
 #include <string>
 
@@ -52,25 +50,12 @@ uint32_t functionTypeOfMask(uint32_t mask)
     return 0;
 }
 
-// Formats a method failure, error-logs it and returns it as a status.
-CmpiStatus methodFailure(CMPIrc rc, const char* format, ...) VELTRA_PRINTF_FORMAT(2, 3);
-CmpiStatus methodFailure(CMPIrc rc, const char* format, ...)
-{
-    char message[Log::kMessageSize];
-    va_list args;
-    va_start(args, format);
-    vsnprintf(message, sizeof message, format, args);
-    va_end(args);
-    Log::LogError("%s: Error: %s", kMethodWho, message);
-    return CmpiStatus(rc, message);
-}
-
 CmpiStatus failedUpdate(uint32_t code)
 {
-    return methodFailure(CMPI_RC_ERR_FAILED, "Failed to update configuration, ErrorCode=%u!", code);
+    return MethodFailure(CMPI_RC_ERR_FAILED, kMethodWho, "Failed to update configuration, ErrorCode=%u!", code);
 }
 
-CmpiStatus missingArguments() { return methodFailure(CMPI_RC_ERR_INVALID_PARAMETER, "Missing required arguments!"); }
+CmpiStatus missingArguments() { return MethodFailure(CMPI_RC_ERR_INVALID_PARAMETER, kMethodWho, "Missing required arguments!"); }
 
 // The uint32 argument `name`: false when it is missing, null or of another type.
 bool readUint32Arg(const CmpiArgs& in, const char* name, uint32_t& value)
@@ -99,7 +84,7 @@ CmpiStatus applyToMatches(const std::string& key, const FunctionOperation& opera
         return result.rc() == CMPI_RC_OK;
     });
     if (!matched)
-        return methodFailure(CMPI_RC_ERR_NOT_FOUND, "No matching instance found, KeyValue=%s!", key.c_str());
+        return MethodFailure(CMPI_RC_ERR_NOT_FOUND, kMethodWho, "No matching instance found, KeyValue=%s!", key.c_str());
     return result;
 }
 
@@ -132,13 +117,13 @@ CmpiStatus changePersonality(const std::string& key, const CmpiArgs& in)
     if (!readUint32Arg(in, "FunctionType", type))
         return missingArguments();
     if (!IsPCIFunctionTypeValid(type))
-        return methodFailure(CMPI_RC_ERR_INVALID_PARAMETER, "Invalid PCI Function Type value, FunctionType=%u!",
+        return MethodFailure(CMPI_RC_ERR_INVALID_PARAMETER, kMethodWho, "Invalid PCI Function Type value, FunctionType=%u!",
                              type);
     return applyToMatches(key, [&](vtapi_adapter_t* adapter, uint32_t id) {
         uint32_t mask = 0;
         uint32_t rc = ConvertPCIFunctionTypeToCapabilityMask(adapter, id, type, mask);
         if (rc)
-            return methodFailure(CMPI_RC_ERR_FAILED,
+            return MethodFailure(CMPI_RC_ERR_FAILED, kMethodWho,
                                  "Cannot convert FunctionType to CapabilityMask, FunctionType=%u, ErrorCode=%u!",
                                  type, rc);
         rc = ChangePersonality(adapter, id, mask);
@@ -155,25 +140,10 @@ const struct {
     {"ChangePCIFunctionPersonality", changePersonality},
 };
 
-// An enabled function of an adapter; false without an adapter (a lookup
-// that found none).
-struct NPARFunction {
-    vtapi_adapter_t* adapter;
-    uint32_t id;
-    explicit operator bool() const { return adapter != nullptr; }
-};
-
 // The first enabled function whose instance ID is `key`.
 NPARFunction findFunction(const char* key)
 {
-    NPARFunction found{nullptr, 0};
-    ForEachEnabledNPARFunction(kLookupWho, [&](vtapi_adapter_t* adapter, uint32_t id) {
-        if (strcasecmp(instanceIdOf(adapter, id).c_str(), key) != 0)
-            return true;
-        found = {adapter, id};
-        return false;
-    });
-    return found;
+    return FindNPARFunction([](auto visit) { ForEachEnabledNPARFunction(kLookupWho, visit); }, key, instanceIdOf);
 }
 
 
@@ -323,17 +293,10 @@ CmpiStatus invokeMethod_NPARConfiguration(const CmpiContext&, CmpiResult& rslt, 
         Log::DebugPrint("Exiting  invokeMethod_NPARConfiguration: AdapterList is NULL");
         return CmpiStatus(CMPI_RC_OK);
     }
-    const CmpiStatus status = RunMethod(rslt, [&] {
-        std::string key;
-        CmpiStatus failure(CMPI_RC_ERR_METHOD_NOT_FOUND, methodName ? methodName : "");
-        if (!ReadStringKey(ref, "InstanceID", kMethodWho, key, failure))
-            return MethodOutcome::Status(failure);
-        const auto* method = FindMethod(kMethods, methodName);
-        if (!method)
-            return MethodOutcome::Status(failure);
-        const CmpiStatus done = method->run(key, in);
-        return done.rc() == CMPI_RC_OK ? MethodOutcome::Value(0) : MethodOutcome::Status(done);
-    });
+    const CmpiStatus status =
+        RunKeyedMethod(kMethodWho, rslt, ref, methodName, kMethods, [&](const auto& method, const std::string& key) {
+            return MethodOutcome::Done(method.run(key, in));
+        });
     Log::DebugPrint("Exiting  invokeMethod_NPARConfiguration, status=%d", status.rc());
     return status;
 }

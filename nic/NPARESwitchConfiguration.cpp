@@ -6,7 +6,7 @@
 #include "class_registry.h"
 #include "eswitch_save_restore.h"
 #include "handler_pattern.h"
-#include "npar_ops.h"
+#include "npar_functions.h"
 #include "property_table.h"
 #include "veltra_nic_utils.h"
 #include "vtapi.h"
@@ -14,11 +14,8 @@
 #include "CmpiArgs.h"
 #include "CmpiData.h"
 
-#include <strings.h>
 
-#include <cstdarg>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 
 namespace {
@@ -29,16 +26,10 @@ constexpr const char* kMethodWho = "invokeMethod_NPAReSwitchConfiguration";
 // The lookup's log lines keep the get handler's name for every caller.
 constexpr const char* kLookupWho = "getInstance_NPAReSwitchConfiguration";
 
-struct ESwitchFunction {
-    vtapi_adapter_t* adapter;
-    uint32_t id;
-    explicit operator bool() const { return adapter != nullptr; }
-};
-
 // Calls visit(adapter, id) for every function of the partitioned adapters
 // whose eSwitch data is valid; visit returns false to stop.
 template <class Visit>
-void forEachESwitchFunction(Visit visit)
+void forEachNPARFunction(Visit visit)
 {
     const vtapi_adapter_t* reported = nullptr;
     ForEachEnabledNPARFunction(kLookupWho, [&](vtapi_adapter_t* adapter, uint32_t id) {
@@ -52,46 +43,17 @@ void forEachESwitchFunction(Visit visit)
     });
 }
 
-ESwitchFunction findFunction(const char* key)
+NPARFunction findFunction(const char* key)
 {
-    ESwitchFunction found{nullptr, 0};
-    forEachESwitchFunction([&](vtapi_adapter_t* adapter, uint32_t id) {
-        if (strcasecmp(ESwitchInstanceId(adapter, id).c_str(), key) != 0)
-            return true;
-        found = {adapter, id};
-        return false;
-    });
-    return found;
+    return FindNPARFunction([](auto visit) { forEachNPARFunction(visit); }, key, ESwitchInstanceId);
 }
 
 // ---- published properties ----
 
-struct Header {
-    std::string id, serial;
-    uint32_t port, function;
-};
-
-Header headerOf(const vtapi_adapter_t* adapter, uint32_t id)
-{
-    return Header{ESwitchInstanceId(adapter, id), AdapterSerial(adapter), GetNPARPortNumber(adapter, id), id};
-}
-
-template <std::string Header::*Field>
-bool textOf(const Header& h, PropertyValue& out)
-{
-    out.setText(h.*Field);
-    return true;
-}
-
 using R = vtapi_esw_func_v2_t;
 
 ClassProperties kESwitchProperties("VeltraNIC_NPARESwitchConfiguration");
-const PropertyTable<Header> kHeaderTable(kESwitchProperties, {
-    Computed<Header>("InstanceID", CMPI_string, textOf<&Header::id>),
-    Computed<Header>("AdapterSerialNumber", CMPI_string, textOf<&Header::serial>),
-    VELTRA_FIELD(Header, port, "PortNumber", CMPI_uint32),
-    VELTRA_FIELD(Header, function, "FunctionID", CMPI_uint32),
-});
+const PropertyTable<ESwitchHeader> kHeaderTable = MakeESwitchHeaderTable(kESwitchProperties);
 const PropertyTable<R> kRecordTable(kESwitchProperties, {
     VELTRA_FIELD(R, prop.ivlan_id, "InnerVLANID", CMPI_uint32),
     VELTRA_FIELD(R, prop.ovlan_id, "OuterVLANID", CMPI_uint32),
@@ -119,35 +81,15 @@ const PropertyTable<R> kRecordTable(kESwitchProperties, {
     VELTRA_FIELD(R, policy.offload_flags, "StatelessOffloadSettings", CMPI_uint32),
 });
 
-CmpiObjectPath makePath_NPAReSwitchConfiguration(const RequestClass& rc, const ESwitchFunction& fn)
-{
-    const std::string id = ESwitchInstanceId(fn.adapter, fn.id);
-    return MakeKeyedPath(rc.className.c_str(), rc.nameSpace.c_str(), {{"InstanceID", id.c_str()}});
-}
-
 CmpiInstance makeInstance_NPAReSwitchConfiguration(const RequestClass& rc, const char** properties,
-                                                   const ESwitchFunction& fn)
+                                                   const NPARFunction& fn)
 {
-    static const char* keys[] = {"InstanceID", nullptr};
-    CmpiInstance instance = MakeFilteredInstance(makePath_NPAReSwitchConfiguration(rc, fn), properties, keys);
-    kHeaderTable.build(instance, headerOf(fn.adapter, fn.id));
+    CmpiInstance instance = MakeESwitchInstance(rc, properties, fn, kHeaderTable);
     kRecordTable.build(instance, fn.adapter->npar->esw->func[fn.id]);
     return instance;
 }
 
 // ---- methods ----
-
-CmpiStatus methodFailure(CMPIrc rc, const char* format, ...) VELTRA_PRINTF_FORMAT(2, 3);
-CmpiStatus methodFailure(CMPIrc rc, const char* format, ...)
-{
-    char message[Log::kMessageSize];
-    va_list args;
-    va_start(args, format);
-    vsnprintf(message, sizeof message, format, args);
-    va_end(args);
-    Log::LogError("%s: Error: %s", kMethodWho, message);
-    return CmpiStatus(rc, message);
-}
 
 // The inputs of UpdateConfiguration, with the name its log line gives a
 // missing one.
@@ -172,13 +114,13 @@ CmpiStatus updateConfiguration(const std::string& key, const CmpiArgs& in)
         if (data.isNotFound() || data.isNullValue())
             Log::DebugPrint("%s: %s is NULL", kMethodWho, kInputs[i].logName);
         else if (data.getType() != CMPI_uint32)
-            return methodFailure(CMPI_RC_ERR_INVALID_PARAMETER, "Invalid argument [%s]!", kInputs[i].name);
+            return MethodFailure(CMPI_RC_ERR_INVALID_PARAMETER, kMethodWho, "Invalid argument [%s]!", kInputs[i].name);
         else
             values[i] = static_cast<CMPIUint32>(data);
     }
-    const ESwitchFunction fn = findFunction(key.c_str());
+    const NPARFunction fn = findFunction(key.c_str());
     if (!fn)
-        return methodFailure(CMPI_RC_ERR_NOT_FOUND, "No matching instance found, KeyValue=%s!", key.c_str());
+        return MethodFailure(CMPI_RC_ERR_NOT_FOUND, kMethodWho, "No matching instance found, KeyValue=%s!", key.c_str());
     const vtapi_esw_func_v2_t& current = fn.adapter->npar->esw->func[fn.id];
     const uint32_t policyBits = VTAPI_ESW_POLICY1_DISCARD_TAGGED | VTAPI_ESW_POLICY1_MAC_LEARNING;
     NPARESwitchSettings settings{};
@@ -195,7 +137,7 @@ CmpiStatus updateConfiguration(const std::string& key, const CmpiArgs& in)
     settings.ivlan_id = values[INNER_VLAN];
     const uint32_t rc = UpdateeSwitchConfig(fn.adapter, GetESwitchIndex(fn.adapter, fn.id), fn.id, settings);
     if (rc)
-        return methodFailure(CMPI_RC_ERR_FAILED, "Failed to update configuration, ErrorCode=%u!", rc);
+        return MethodFailure(CMPI_RC_ERR_FAILED, kMethodWho, "Failed to update configuration, ErrorCode=%u!", rc);
     Log::DebugPrint("****** Successfully updated configuration data for instance [%s]", key.c_str());
     if (SaveAllESwitchConfiguration() != 0)
         Log::LogError("%s: the eSwitch settings could not be saved", kMethodWho);
@@ -213,8 +155,8 @@ const struct {
 CmpiStatus enumInstanceNames_NPAReSwitchConfiguration(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
     return RunEnumeration("enumInstanceNames_NPAReSwitchConfiguration", cop, [&](const RequestClass& rc) {
-        forEachESwitchFunction([&](vtapi_adapter_t* adapter, uint32_t id) {
-            rslt.returnData(makePath_NPAReSwitchConfiguration(rc, ESwitchFunction{adapter, id}));
+        forEachNPARFunction([&](vtapi_adapter_t* adapter, uint32_t id) {
+            rslt.returnData(MakeESwitchPath(rc, NPARFunction{adapter, id}));
             return true;
         });
     });
@@ -224,8 +166,8 @@ CmpiStatus enumInstances_NPAReSwitchConfiguration(const CmpiContext&, CmpiResult
                                                   const char** properties)
 {
     return RunEnumeration("enumInstances_NPAReSwitchConfiguration", cop, [&](const RequestClass& rc) {
-        forEachESwitchFunction([&](vtapi_adapter_t* adapter, uint32_t id) {
-            rslt.returnData(makeInstance_NPAReSwitchConfiguration(rc, properties, ESwitchFunction{adapter, id}));
+        forEachNPARFunction([&](vtapi_adapter_t* adapter, uint32_t id) {
+            rslt.returnData(makeInstance_NPAReSwitchConfiguration(rc, properties, NPARFunction{adapter, id}));
             return true;
         });
     });
@@ -235,7 +177,7 @@ CmpiStatus getInstance_NPAReSwitchConfiguration(const CmpiContext&, CmpiResult& 
                                                 const char** properties, bool returnInstance)
 {
     return RunGet(kLookupWho, rslt, cop, returnInstance, findFunction,
-                  [properties](const RequestClass& rc, const ESwitchFunction& fn) {
+                  [properties](const RequestClass& rc, const NPARFunction& fn) {
                       return makeInstance_NPAReSwitchConfiguration(rc, properties, fn);
                   });
 }
@@ -244,21 +186,14 @@ CmpiStatus invokeMethod_NPAReSwitchConfiguration(const CmpiContext&, CmpiResult&
                                                  const char* methodName, const CmpiArgs& in, CmpiArgs&)
 {
     Log::DebugPrint("Entering %s", kMethodWho);
-    const CmpiStatus status = RunMethod(rslt, [&] {
-        std::string key;
-        CmpiStatus failure(CMPI_RC_ERR_METHOD_NOT_FOUND, methodName ? methodName : "");
-        if (!ReadStringKey(ref, "InstanceID", kMethodWho, key, failure))
-            return MethodOutcome::Status(failure);
-        const auto* method = FindMethod(kMethods, methodName);
-        if (!method)
-            return MethodOutcome::Status(failure);
-        // The restore replays every adapter's saved settings; its result
-        // is the return value.
-        if (method->restore)
-            return MethodOutcome::Value(static_cast<CMPIUint32>(RestoreESwitchConfiguration()));
-        const CmpiStatus done = updateConfiguration(key, in);
-        return done.rc() == CMPI_RC_OK ? MethodOutcome::Value(0) : MethodOutcome::Status(done);
-    });
+    const CmpiStatus status =
+        RunKeyedMethod(kMethodWho, rslt, ref, methodName, kMethods, [&](const auto& method, const std::string& key) {
+            // The restore replays every adapter's saved settings; its result
+            // is the return value.
+            if (method.restore)
+                return MethodOutcome::Value(static_cast<CMPIUint32>(RestoreESwitchConfiguration()));
+            return MethodOutcome::Done(updateConfiguration(key, in));
+        });
     Log::DebugPrint("Exiting  %s, status=%d", kMethodWho, status.rc());
     return status;
 }

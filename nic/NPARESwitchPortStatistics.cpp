@@ -4,12 +4,11 @@
 // adapter's counters first; when that fails the last ones read are shown.
 #include "class_registry.h"
 #include "handler_pattern.h"
-#include "npar_ops.h"
+#include "npar_functions.h"
 #include "property_table.h"
 #include "veltra_nic_utils.h"
 #include "vtapi.h"
 
-#include <strings.h>
 
 #include <cstdint>
 #include <string>
@@ -20,45 +19,16 @@ using Log = Veltra_NIC_Utils;
 
 constexpr const char* kLookupWho = "getInstance_NPARESwitchPortStatistics";
 
-struct PortFunction {
-    vtapi_adapter_t* adapter;
-    uint32_t id;
-    explicit operator bool() const { return adapter != nullptr; }
-};
-
-PortFunction findFunction(const char* key)
+NPARFunction findFunction(const char* key)
 {
-    PortFunction found{nullptr, 0};
-    ForEachEnabledNPARFunction(kLookupWho, [&](vtapi_adapter_t* adapter, uint32_t id) {
-        if (strcasecmp(ESwitchInstanceId(adapter, id).c_str(), key) != 0)
-            return true;
-        found = {adapter, id};
-        return false;
-    });
-    return found;
-}
-
-struct Header {
-    std::string id, serial;
-    uint32_t port, function;
-};
-
-template <std::string Header::*Field>
-bool textOf(const Header& h, PropertyValue& out)
-{
-    out.setText(h.*Field);
-    return true;
+    return FindNPARFunction([](auto visit) { ForEachEnabledNPARFunction(kLookupWho, visit); }, key,
+                            ESwitchInstanceId);
 }
 
 using S = vtapi_esw_stats_t;
 
 ClassProperties kStatisticsProperties("VeltraNIC_NPARESwitchPortStatistics");
-const PropertyTable<Header> kHeaderTable(kStatisticsProperties, {
-    Computed<Header>("InstanceID", CMPI_string, textOf<&Header::id>),
-    Computed<Header>("AdapterSerialNumber", CMPI_string, textOf<&Header::serial>),
-    VELTRA_FIELD(Header, port, "PortNumber", CMPI_uint32),
-    VELTRA_FIELD(Header, function, "FunctionID", CMPI_uint32),
-});
+const PropertyTable<ESwitchHeader> kHeaderTable = MakeESwitchHeaderTable(kStatisticsProperties);
 const PropertyTable<S> kCounterTable(kStatisticsProperties, {
     VELTRA_FIELD(S, rx_unicast_frames, "RXUnicastFrames", CMPI_uint64),
     VELTRA_FIELD(S, rx_multicast_frames, "RXMulticastFrames", CMPI_uint64),
@@ -76,19 +46,10 @@ const PropertyTable<S> kCounterTable(kStatisticsProperties, {
     VELTRA_FIELD(S, tx_bytes, "TXBytesCount", CMPI_uint64),
 });
 
-CmpiObjectPath makePath_NPARESwitchPortStatistics(const RequestClass& rc, const PortFunction& fn)
-{
-    const std::string id = ESwitchInstanceId(fn.adapter, fn.id);
-    return MakeKeyedPath(rc.className.c_str(), rc.nameSpace.c_str(), {{"InstanceID", id.c_str()}});
-}
-
 CmpiInstance makeInstance_NPARESwitchPortStatistics(const RequestClass& rc, const char** properties,
-                                                    const PortFunction& fn)
+                                                    const NPARFunction& fn)
 {
-    static const char* keys[] = {"InstanceID", nullptr};
-    CmpiInstance instance = MakeFilteredInstance(makePath_NPARESwitchPortStatistics(rc, fn), properties, keys);
-    kHeaderTable.build(instance, Header{ESwitchInstanceId(fn.adapter, fn.id), AdapterSerial(fn.adapter),
-                                        GetNPARPortNumber(fn.adapter, fn.id), fn.id});
+    CmpiInstance instance = MakeESwitchInstance(rc, properties, fn, kHeaderTable);
     if (VTAPI_RefreshNPARStats(fn.adapter) != VTAPI_STATUS_OK)
         Log::LogError("makeInstance_NPARESwitchPortStatistics() : VTAPI_RefreshNPARStats() returned failure");
     kCounterTable.build(instance, fn.adapter->npar->esw_stats[fn.id]);
@@ -99,7 +60,7 @@ CmpiStatus enumInstanceNames_NPARESwitchPortStatistics(const CmpiContext&, CmpiR
 {
     return RunEnumeration("enumInstanceNames_NPARESwitchPortStatistics", cop, [&](const RequestClass& rc) {
         ForEachEnabledNPARFunction(kLookupWho, [&](vtapi_adapter_t* adapter, uint32_t id) {
-            rslt.returnData(makePath_NPARESwitchPortStatistics(rc, PortFunction{adapter, id}));
+            rslt.returnData(MakeESwitchPath(rc, NPARFunction{adapter, id}));
             return true;
         });
     });
@@ -110,7 +71,7 @@ CmpiStatus enumInstances_NPARESwitchPortStatistics(const CmpiContext&, CmpiResul
 {
     return RunEnumeration("enumInstances_NPARESwitchPortStatistics", cop, [&](const RequestClass& rc) {
         ForEachEnabledNPARFunction(kLookupWho, [&](vtapi_adapter_t* adapter, uint32_t id) {
-            rslt.returnData(makeInstance_NPARESwitchPortStatistics(rc, properties, PortFunction{adapter, id}));
+            rslt.returnData(makeInstance_NPARESwitchPortStatistics(rc, properties, NPARFunction{adapter, id}));
             return true;
         });
     });
@@ -120,7 +81,7 @@ CmpiStatus getInstance_NPARESwitchPortStatistics(const CmpiContext&, CmpiResult&
                                                  const char** properties, bool returnInstance)
 {
     return RunGet(kLookupWho, rslt, cop, returnInstance, findFunction,
-                  [properties](const RequestClass& rc, const PortFunction& fn) {
+                  [properties](const RequestClass& rc, const NPARFunction& fn) {
                       return makeInstance_NPARESwitchPortStatistics(rc, properties, fn);
                   });
 }

@@ -4,6 +4,7 @@
 
 #include "CmpiData.h"
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -142,6 +143,17 @@ void ThrowNotFound(const char* who, const char* keyValue)
 {
     Log::LogError("%s: Error no matching instance found, KeyValue=%s!", who, keyValue);
     throw CmpiStatus(CMPI_RC_ERR_NOT_FOUND, keyValue);
+}
+
+CmpiStatus MethodFailure(CMPIrc rc, const char* who, const char* format, ...)
+{
+    char message[Log::kMessageSize];
+    va_list args;
+    va_start(args, format);
+    vsnprintf(message, sizeof message, format, args);
+    va_end(args);
+    Log::LogError("%s: Error: %s", who, message);
+    return CmpiStatus(rc, message);
 }
 
 CmpiObjectPath MakeKeyedPath(const char* className, const char* nameSpace,

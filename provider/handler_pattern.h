@@ -150,7 +150,13 @@ struct MethodOutcome {
         o.status = s;
         return o;
     }
+    // Return value 0 when `s` is OK, otherwise the status alone.
+    static MethodOutcome Done(const CmpiStatus& s) { return s.rc() == CMPI_RC_OK ? Value(0) : Status(s); }
 };
+
+// Formats a method failure (cut to 512 bytes), error-logs
+// "<who>: Error: <text>" and returns it as a status.
+CmpiStatus MethodFailure(CMPIrc rc, const char* who, const char* format, ...) VELTRA_PRINTF_FORMAT(3, 4);
 
 // Hands a method's return value to the result (and, with `done`, the end of
 // results); a broker that refuses either changes nothing.
@@ -189,4 +195,24 @@ const Row* FindMethod(const Row (&table)[N], const char* methodName)
         if (strcasecmp(row.name, methodName) == 0)
             return &row;
     return nullptr;
+}
+
+// The keyed method shape: reads the "InstanceID" key of `ref` (a failed
+// read ends the method with its status) and finds `methodName` in `table`
+// (none: CMPI_RC_ERR_METHOD_NOT_FOUND carrying the name); run(row, key)
+// gives the outcome. Runs inside RunMethod, so nothing escapes.
+template <class Row, size_t N, class Run>
+CmpiStatus RunKeyedMethod(const char* who, CmpiResult& rslt, const CmpiObjectPath& ref, const char* methodName,
+                          const Row (&table)[N], Run run)
+{
+    return RunMethod(rslt, [&] {
+        std::string key;
+        CmpiStatus failure(CMPI_RC_ERR_METHOD_NOT_FOUND, methodName ? methodName : "");
+        if (!ReadStringKey(ref, "InstanceID", who, key, failure))
+            return MethodOutcome::Status(failure);
+        const Row* method = FindMethod(table, methodName);
+        if (!method)
+            return MethodOutcome::Status(failure);
+        return run(*method, static_cast<const std::string&>(key));
+    });
 }

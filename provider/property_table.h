@@ -22,6 +22,7 @@
 #include <initializer_list>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 // How a record field is stored in memory. Text is terminated within its
@@ -175,7 +176,11 @@ struct ModifyOutcome {
 template <class R>
 class PropertyTable {
 public:
-    PropertyTable(ClassProperties& owner, std::initializer_list<Property<R>> rows) : rows_(rows)
+    PropertyTable(ClassProperties& owner, std::initializer_list<Property<R>> rows)
+        : PropertyTable(owner, std::vector<Property<R>>(rows))
+    {
+    }
+    PropertyTable(ClassProperties& owner, std::vector<Property<R>> rows) : rows_(std::move(rows))
     {
         for (const Property<R>& row : rows_)
             owner.add(PropertyInfo{row.name, row.type, row.write});

@@ -63,11 +63,6 @@ protected:
         path.setKey("FCPort_InstanceID", vcim::Value::string(port));
         return path;
     }
-    vcim::Status invoke(const vcim::ObjectPath& path, const char* method, const std::vector<vcim::Property>& in = {})
-    {
-        result_ = vcim::MethodResult{};
-        return broker().invokeMethod(path, method, in, result_);
-    }
     std::string out(const char* name) const
     {
         for (const vcim::Property& p : result_.out)
@@ -81,7 +76,6 @@ protected:
         vtapi_adapter_list_t* list = VTAPI_GetAdapterList();
         return list->first->phy_ports->first->protocols->first->device.targets;
     }
-    vcim::MethodResult result_;
 };
 
 TEST_F(FCTargetClassTest, TargetsCarryStateSecurityAndNVMeTextsAndAreFoundIgnoringCase)

@@ -51,28 +51,11 @@ protected:
         return out;
     }
 
-    // The "InstanceID" keys of the instance names of a class.
-    std::vector<std::string> keys(const char* cls)
-    {
-        std::vector<vcim::ObjectPath> paths;
-        const vcim::Status status = broker().enumInstanceNames(classPath(cls), paths);
-        EXPECT_TRUE(status.ok()) << cls << ": " << status.msg;
-        std::vector<std::string> out;
-        for (const vcim::ObjectPath& p : paths)
-            out.push_back(p.key("InstanceID") ? p.key("InstanceID")->s : "<no key>");
-        return out;
-    }
+    std::vector<std::string> keys(const char* cls) { return names(cls); }
 
     static std::map<std::string, std::string> texts(const vcim::Instance& instance)
     {
         return PropertyTexts(instance);
-    }
-    std::map<std::string, std::string> get(const char* cls, const std::string& key)
-    {
-        vcim::Instance instance;
-        const vcim::Status status = broker().getInstance(keyPath(cls, key), nullptr, instance);
-        EXPECT_TRUE(status.ok()) << key << ": " << status.msg;
-        return texts(instance);
     }
 
     static vcim::Property sint32(const char* name, int64_t v) { return {name, vcim::Value::sint(CMPI_sint32, v)}; }

@@ -50,40 +50,12 @@ protected:
         ASSERT_TRUE(loaded.ok()) << loaded.msg;
     }
 
-    vcim::Status get(const char* cls, const std::string& key, Props& props,
-                     const vcim::PropertyList* list = nullptr)
-    {
-        vcim::Instance instance;
-        const vcim::Status st = broker().getInstance(keyPath(cls, key), list, instance);
-        props.clear();
-        for (const vcim::Property& p : instance.props)
-            props[p.name] = p.value.toCimString();
-        return st;
-    }
-    Props get(const char* cls, const std::string& key)
-    {
-        Props props;
-        const vcim::Status st = get(cls, key, props);
-        EXPECT_TRUE(st.ok()) << key << ": " << st.msg;
-        return props;
-    }
-    std::vector<std::string> keys(const char* cls)
-    {
-        std::vector<vcim::ObjectPath> paths;
-        EXPECT_TRUE(broker().enumInstanceNames(classPath(cls), paths).ok());
-        std::vector<std::string> found;
-        for (const vcim::ObjectPath& p : paths)
-            found.push_back(p.key("InstanceID")->s);
-        return found;
-    }
+    std::vector<std::string> keys(const char* cls) { return names(cls); }
     vcim::Status call(const char* cls, const std::string& key, const char* method,
                       const std::vector<vcim::Property>& in = {})
     {
-        result_ = vcim::MethodResult{};
-        return broker().invokeMethod(keyPath(cls, key), method, in, result_);
+        return invoke(keyPath(cls, key), method, in);
     }
-
-    vcim::MethodResult result_;
 };
 
 TEST_F(AdapterClassTest, AdaptersShowTheirIdentityVersionsPartitioningAndSRIOV)
@@ -124,12 +96,10 @@ TEST_F(AdapterClassTest, AdaptersShowTheirIdentityVersionsPartitioningAndSRIOV)
     EXPECT_EQ(cna.at("SRIOV_VF"), "4,4");
 
     // A property list keeps the key and the properties asked for.
-    Props some;
     const vcim::PropertyList list{"SerialNumber"};
-    ASSERT_TRUE(get(kAdapter, kCNA, some, &list).ok());
-    EXPECT_EQ(some, (Props{{"InstanceID", kCNA}, {"SerialNumber", kCNA}}));
+    EXPECT_EQ(get(kAdapter, kCNA, &list), (Props{{"InstanceID", kCNA}, {"SerialNumber", kCNA}}));
 
-    const vcim::Status missing = get(kAdapter, "VT00NOSUCH", some);
+    const vcim::Status missing = tryGet(kAdapter, "VT00NOSUCH");
     EXPECT_EQ(missing.rc, CMPI_RC_ERR_NOT_FOUND);
     EXPECT_EQ(missing.msg, "VT00NOSUCH");
     EXPECT_EQ(logCount("getInstance_Adapter: Error no matching instance found, KeyValue=VT00NOSUCH!"), 1u);
@@ -193,10 +163,9 @@ TEST_F(AdapterClassTest, PhysicalPortsCarryTheirProtocolsAndAreFoundByNumber)
     EXPECT_EQ(get(kPort, "VTBOOT0001;0").at("SupportedProtocolTypes"), "1");
     EXPECT_EQ(get(kPort, std::string(127, 'L') + ";0").at("SupportedProtocolTypes"), "2");
 
-    Props props;
     for (const std::string& key : {std::string("VTBOOT0001;7"), std::string("VTBOOT0001"),
                                    std::string("VTBOOT0001;x"), std::string(";0"), std::string(128, 'L') + ";0"})
-        EXPECT_EQ(get(kPort, key, props).rc, CMPI_RC_ERR_NOT_FOUND) << key;
+        EXPECT_EQ(tryGet(kPort, key).rc, CMPI_RC_ERR_NOT_FOUND) << key;
 }
 
 TEST_F(AdapterClassTest, PartitionedAdapterOnItsPortsAndFromTheEthernetSide)

@@ -9,19 +9,6 @@
 class ISCSIClassTest : public ProviderClassTest {
 protected:
     static vcim::Property uint64(const char* name, uint64_t v) { return {name, vcim::Value::uint(CMPI_uint64, v)}; }
-    vcim::Status invoke(const vcim::ObjectPath& path, const char* method, const std::vector<vcim::Property>& in = {})
-    {
-        result_ = vcim::MethodResult{};
-        return broker().invokeMethod(path, method, in, result_);
-    }
-    // An output argument of the last call; null when it was not set.
-    const vcim::Value* out(const char* name) const
-    {
-        for (const vcim::Property& p : result_.out)
-            if (p.name == name)
-                return &p.value;
-        return nullptr;
-    }
     std::string outText(const char* name) const
     {
         const vcim::Value* v = out(name);
@@ -39,5 +26,4 @@ protected:
                 found.push_back(std::regex_replace(entry, kHba, ""));
         return found;
     }
-    vcim::MethodResult result_;
 };

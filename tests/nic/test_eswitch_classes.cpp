@@ -26,14 +26,6 @@ const char* const kJobLines = "4711#ID=4711\n4711#DESC=NIC flash\n4711#TOLSC=1\n
 
 class ESwitchTest : public FrameTest {
 protected:
-    void start(const std::string& host = "")
-    {
-        if (!host.empty()) {
-            ASSERT_EQ(vtsim_load_host_json(host.c_str()), 0) << vtsim_last_error();
-        }
-        const vcim::Status loaded = load();
-        ASSERT_TRUE(loaded.ok()) << loaded.msg;
-    }
     void restart()
     {
         broker().unload(true);
@@ -41,12 +33,9 @@ protected:
         start();
     }
 
-    static vcim::Property u32(const char* name, uint64_t value) { return {name, vcim::Value::uint(CMPI_uint32, value)}; }
-
     vcim::Status invoke(const std::string& key, const char* method, const std::vector<vcim::Property>& in = {})
     {
-        result_ = vcim::MethodResult{};
-        return broker().invokeMethod(keyPath(kConfig, key), method, in, result_);
+        return FrameTest::invoke(keyPath(kConfig, key), method, in);
     }
     uint64_t returned() const { return result_.returnValue.null ? ~0ull : result_.returnValue.n.u; }
 
@@ -58,25 +47,6 @@ protected:
                 u32("MACLearning", v),      u32("StatelessOffloadSettings", v), u32("InnerVLANID", vlan)};
     }
 
-    std::map<std::string, std::string> get(const char* cls, const std::string& key)
-    {
-        vcim::Instance instance;
-        const vcim::Status status = broker().getInstance(keyPath(cls, key), nullptr, instance);
-        EXPECT_TRUE(status.ok()) << key << ": " << status.msg;
-        std::map<std::string, std::string> text;
-        for (const vcim::Property& p : instance.props)
-            text[p.name] = p.value.toCimString();
-        return text;
-    }
-    std::vector<std::string> names(const char* cls)
-    {
-        std::vector<vcim::ObjectPath> paths;
-        EXPECT_TRUE(broker().enumInstanceNames(classPath(cls), paths).ok());
-        std::vector<std::string> keys;
-        for (const vcim::ObjectPath& p : paths)
-            keys.push_back(p.key("InstanceID")->s);
-        return keys;
-    }
     // The saved entries: key -> value (job lines included).
     std::map<std::string, std::string> saved() const
     {
@@ -87,7 +57,6 @@ protected:
     }
     std::string setting(const std::string& key, const char* property) { return get(kConfig, key)[property]; }
 
-    vcim::MethodResult result_;
 };
 
 TEST_F(ESwitchTest, UpdateConfigurationChangesSavesAndKeepsJobEntries)

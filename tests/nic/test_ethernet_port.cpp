@@ -42,15 +42,7 @@ protected:
 
     vcim::Status invoke(const std::string& key, const char* method, const std::vector<vcim::Property>& in = {})
     {
-        result_ = vcim::MethodResult{};
-        return broker().invokeMethod(keyPath(kClass, key), method, in, result_);
-    }
-    const vcim::Value* out(const char* name) const
-    {
-        for (const vcim::Property& p : result_.out)
-            if (p.name == name)
-                return &p.value;
-        return nullptr;
+        return FrameTest::invoke(keyPath(kClass, key), method, in);
     }
     uint64_t outNumber(const char* name) const
     {
@@ -61,13 +53,7 @@ protected:
 
     std::map<std::string, std::string> get(const std::string& key, const char* cls = kClass)
     {
-        vcim::Instance instance;
-        const vcim::Status status = broker().getInstance(keyPath(cls, key), nullptr, instance);
-        EXPECT_TRUE(status.ok()) << key << ": " << status.msg;
-        std::map<std::string, std::string> text;
-        for (const vcim::Property& p : instance.props)
-            text[p.name] = p.value.toCimString();
-        return text;
+        return FrameTest::get(cls, key);
     }
 
     vcim::Status modify(const std::string& key, const std::vector<vcim::Property>& values,
@@ -125,8 +111,6 @@ protected:
         EXPECT_EQ(again.rc, CMPI_RC_ERR_INVALID_PARAMETER);
         EXPECT_EQ(again.msg, "Failed to generate minidump");
     }
-
-    vcim::MethodResult result_;
 };
 
 TEST_F(EthernetPortTest, InstancesShowLiveValuesAndLeaveOutWhatTheLibraryCannotRead)

@@ -18,64 +18,16 @@ constexpr uint64_t kDisabled = 0x80000000u;
 
 class NparClassTest : public FrameTest {
 protected:
-    void start(const std::string& host = "")
-    {
-        if (!host.empty()) {
-            ASSERT_EQ(vtsim_load_host_json(host.c_str()), 0) << vtsim_last_error();
-        }
-        const vcim::Status loaded = load();
-        ASSERT_TRUE(loaded.ok()) << loaded.msg;
-    }
-
-    static vcim::Property u32(const char* name, uint64_t value)
-    {
-        return {name, vcim::Value::uint(CMPI_uint32, value)};
-    }
-
     vcim::Status invoke(const std::string& key, const char* method, const std::vector<vcim::Property>& in)
     {
-        result_ = vcim::MethodResult{};
-        return broker().invokeMethod(keyPath(kConfig, key), method, in, result_);
+        return FrameTest::invoke(keyPath(kConfig, key), method, in);
     }
 
-    // Properties of one instance as text (absent ones are missing).
-    std::map<std::string, std::string> get(const char* cls, const std::string& key,
-                                           const vcim::PropertyList* props = nullptr)
-    {
-        vcim::Instance instance;
-        const vcim::Status status = broker().getInstance(keyPath(cls, key), props, instance);
-        EXPECT_TRUE(status.ok()) << key << ": " << status.msg;
-        std::map<std::string, std::string> text;
-        for (const vcim::Property& p : instance.props)
-            text[p.name] = p.value.toCimString();
-        return text;
-    }
     uint64_t number(const std::string& key, const char* property)
     {
         return std::stoull(get(kConfig, key)[property]);
     }
 
-    std::vector<std::string> names(const char* cls)
-    {
-        std::vector<vcim::ObjectPath> paths;
-        EXPECT_TRUE(broker().enumInstanceNames(classPath(cls), paths).ok());
-        std::vector<std::string> keys;
-        for (const vcim::ObjectPath& p : paths)
-            keys.push_back(p.key("InstanceID")->s);
-        return keys;
-    }
-
-    // The call log entries of one operation.
-    static std::vector<std::string> calls(const std::string& op)
-    {
-        std::vector<std::string> found;
-        for (const std::string& entry : vtsim_test::callLog())
-            if (entry.rfind(op + "(", 0) == 0)
-                found.push_back(entry);
-        return found;
-    }
-
-    vcim::MethodResult result_;
 };
 
 // A partitioned adapter with an extended configuration for function 0, no

@@ -22,40 +22,12 @@ protected:
         ASSERT_TRUE(loaded.ok()) << loaded.msg;
     }
 
-    std::vector<std::string> names(const char* cls)
-    {
-        std::vector<vcim::ObjectPath> paths;
-        EXPECT_TRUE(broker().enumInstanceNames(classPath(cls), paths).ok());
-        std::vector<std::string> keys;
-        for (const vcim::ObjectPath& p : paths)
-            keys.push_back(p.key("InstanceID")->s);
-        return keys;
-    }
-    vcim::Status get(const char* cls, const std::string& key, std::map<std::string, std::string>& props)
-    {
-        vcim::Instance instance;
-        const vcim::Status status = broker().getInstance(keyPath(cls, key), nullptr, instance);
-        props.clear();
-        for (const vcim::Property& p : instance.props)
-            props[p.name] = p.value.toCimString();
-        return status;
-    }
-    std::map<std::string, std::string> get(const char* cls, const std::string& key)
-    {
-        std::map<std::string, std::string> props;
-        const vcim::Status status = get(cls, key, props);
-        EXPECT_TRUE(status.ok()) << key << ": " << status.msg;
-        return props;
-    }
     vcim::Status invoke(const std::string& key, const char* method, const std::vector<vcim::Property>& in)
     {
-        result_ = vcim::MethodResult{};
-        return broker().invokeMethod(keyPath(kVF, key), method, in, result_);
+        return FrameTest::invoke(keyPath(kVF, key), method, in);
     }
-    static vcim::Property u32(const char* name, uint64_t v) { return {name, vcim::Value::uint(CMPI_uint32, v)}; }
     static vcim::Property text(const char* name, const char* v) { return {name, vcim::Value::string(v)}; }
 
-    vcim::MethodResult result_;
 };
 
 TEST_F(SriovTest, PublishesFunctionsVFsAndVportsByKey)
@@ -84,17 +56,12 @@ TEST_F(SriovTest, PublishesFunctionsVFsAndVportsByKey)
 
     // Keys that do not parse, are out of range or name nothing.
     for (const char* key : {"vmnic4##3", "vmnic4##x##3", "vmnic4##3##99", "vmnic4##2##3", "vmnic4##3##4294967296",
-                            "vmnic4##3##-3", "vmnic9##0##0", "##0##0", "vmnic4##3##3##"}) {
-        std::map<std::string, std::string> props;
-        EXPECT_EQ(get(kVF, key, props).rc, CMPI_RC_ERR_NOT_FOUND) << key;
-    }
+                            "vmnic4##3##-3", "vmnic9##0##0", "##0##0", "vmnic4##3##3##"})
+        EXPECT_EQ(tryGet(kVF, key).rc, CMPI_RC_ERR_NOT_FOUND) << key;
     for (const char* key : {"vmnic4##2##2##7", "vmnic4##-1##1##0", "vmnic4##-1##0##99", "vmnic4##3##3",
-                            "vmnic4##99999999999##3##7", "vmnic4##3##3##8##1"}) {
-        std::map<std::string, std::string> props;
-        EXPECT_EQ(get(kVport, key, props).rc, CMPI_RC_ERR_NOT_FOUND) << key;
-    }
-    std::map<std::string, std::string> props;
-    EXPECT_EQ(get(kPF, "vmhba7", props).rc, CMPI_RC_ERR_NOT_FOUND) << "not a NIC function";
+                            "vmnic4##99999999999##3##7", "vmnic4##3##3##8##1"})
+        EXPECT_EQ(tryGet(kVport, key).rc, CMPI_RC_ERR_NOT_FOUND) << key;
+    EXPECT_EQ(tryGet(kPF, "vmhba7").rc, CMPI_RC_ERR_NOT_FOUND) << "not a NIC function";
 }
 
 TEST_F(SriovTest, VFMethodsChangeRefuseAndReportFailures)

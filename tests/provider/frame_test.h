@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -138,6 +139,58 @@ protected:
         return path;
     }
 
+    // Loads the provider's test build over `host` (the default host when empty).
+    void start(const std::string& host = "")
+    {
+        if (!host.empty()) {
+            ASSERT_EQ(vtsim_load_host_json(host.c_str()), 0) << vtsim_last_error();
+        }
+        const vcim::Status loaded = load();
+        ASSERT_TRUE(loaded.ok()) << loaded.msg;
+    }
+    static vcim::Property u32(const char* name, uint64_t v) { return {name, vcim::Value::uint(CMPI_uint32, v)}; }
+    // Properties of one instance as client text (absent ones are missing).
+    std::map<std::string, std::string> get(const char* cls, const std::string& key,
+                                           const vcim::PropertyList* props = nullptr)
+    {
+        vcim::Instance instance;
+        const vcim::Status status = broker().getInstance(keyPath(cls, key), props, instance);
+        EXPECT_TRUE(status.ok()) << key << ": " << status.msg;
+        std::map<std::string, std::string> text;
+        for (const vcim::Property& p : instance.props)
+            text[p.name] = p.value.toCimString();
+        return text;
+    }
+    vcim::Status tryGet(const char* cls, const std::string& key)
+    {
+        vcim::Instance instance;
+        return broker().getInstance(keyPath(cls, key), nullptr, instance);
+    }
+    // Invokes `method` on `path`; the result stays in result_.
+    vcim::Status invoke(const vcim::ObjectPath& path, const char* method, const std::vector<vcim::Property>& in = {})
+    {
+        result_ = vcim::MethodResult{};
+        return broker().invokeMethod(path, method, in, result_);
+    }
+    // An output argument of the last call; null when it was not set.
+    const vcim::Value* out(const char* name) const
+    {
+        for (const vcim::Property& p : result_.out)
+            if (p.name == name)
+                return &p.value;
+        return nullptr;
+    }
+    // The "InstanceID" keys of the instance names of a class.
+    std::vector<std::string> names(const char* cls)
+    {
+        std::vector<vcim::ObjectPath> paths;
+        EXPECT_TRUE(broker().enumInstanceNames(classPath(cls), paths).ok());
+        std::vector<std::string> keys;
+        for (const vcim::ObjectPath& p : paths)
+            keys.push_back(p.key("InstanceID") ? p.key("InstanceID")->s : "<no key>");
+        return keys;
+    }
+
     // ---- observations ----
     // Log messages without the 24-character time and the blank.
     std::vector<std::string> logMessages(const char* file = kLogFile) const
@@ -206,5 +259,6 @@ protected:
     std::string root_;
     std::string library_;
     std::unique_ptr<vcim::Broker> broker_;
+    vcim::MethodResult result_;
     size_t baselineThreads_ = 0;
 };
