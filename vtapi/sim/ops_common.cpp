@@ -3,6 +3,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <cstdio>
@@ -150,10 +151,11 @@ bool sleepAbortable(unsigned ms, const std::atomic<bool>* abort) {
 // followed by a byte pattern seeded from the name, "dump_size" bytes in all
 // (default 600000: more than one 512 KiB chunk). "dump_hex" gives the exact
 // bytes instead.
-std::vector<uint8_t> dumpImage(const std::string& name, const char* kind, const json& b) {
-    std::vector<uint8_t> out;
+DumpImage dumpImage(const std::string& name, const char* kind, const json& b) {
+    DumpImage out;
     std::string hexText = text(b, "dump_hex", "");
     if (!hexText.empty()) {
+        out.exact = true;
         int hi = -1;
         for (char c : hexText) {
             if (!std::isxdigit(static_cast<unsigned char>(c))) continue;
@@ -163,21 +165,33 @@ std::vector<uint8_t> dumpImage(const std::string& name, const char* kind, const 
             if (hi < 0) {
                 hi = v;
             } else {
-                out.push_back(static_cast<uint8_t>(hi << 4 | v));
+                out.bytes.push_back(static_cast<uint8_t>(hi << 4 | v));
                 hi = -1;
             }
         }
         return out;
     }
-    size_t size = num<uint32_t>(b, "dump_size", 600000);
-    uint8_t seed = 0;
-    for (char c : name) seed = static_cast<uint8_t>(seed * 31 + static_cast<uint8_t>(c));
-    std::string header = format("VTSIM %s DUMP %s\n", kind, name.c_str());
-    out.resize(size);
-    for (size_t i = 0; i < size; ++i)
-        out[i] = i < header.size() ? static_cast<uint8_t>(header[i])
-                                   : static_cast<uint8_t>((i % 251) ^ seed);
+    out.size = num<uint32_t>(b, "dump_size", 600000);
+    for (char c : name) out.seed = static_cast<uint8_t>(out.seed * 31 + static_cast<uint8_t>(c));
+    out.header = format("VTSIM %s DUMP %s\n", kind, name.c_str());
     return out;
+}
+
+bool writeDump(const std::string& path, const DumpImage& image) {
+    if (image.exact) return writeFile(path, image.bytes);
+    std::vector<uint8_t> block;
+    block.reserve(std::min<size_t>(image.size, 1u << 16));
+    FILE* f = nullptr;
+    bool ok = writeFile(path, {}) && (f = std::fopen(path.c_str(), "wb")) != nullptr;
+    for (size_t i = 0; ok && i < image.size;) {
+        block.clear();
+        for (; i < image.size && block.size() < (1u << 16); ++i)
+            block.push_back(i < image.header.size() ? static_cast<uint8_t>(image.header[i])
+                                                    : static_cast<uint8_t>((i % 251) ^ image.seed));
+        ok = std::fwrite(block.data(), 1, block.size(), f) == block.size();
+    }
+    if (f) ok = std::fclose(f) == 0 && ok;
+    return ok;
 }
 
 bool writeFile(const std::string& path, const std::vector<uint8_t>& bytes) {

@@ -102,8 +102,17 @@ bool sleepAbortable(unsigned ms, const std::atomic<bool>* abort);
 
 // ---- files ---------------------------------------------------------------------
 
-// Deterministic dump image for a named function (see ops_common.cpp).
-std::vector<uint8_t> dumpImage(const std::string& name, const char* kind, const json& b);
+// Deterministic dump image for a named function (see ops_common.cpp): taken
+// under the lock, written after it in blocks, so a large dump is never held whole.
+struct DumpImage {
+    std::string header;
+    uint8_t seed = 0;
+    size_t size = 0;
+    bool exact = false;           // "dump_hex": these bytes
+    std::vector<uint8_t> bytes;
+};
+DumpImage dumpImage(const std::string& name, const char* kind, const json& b);
+bool writeDump(const std::string& path, const DumpImage& image);
 // Writes bytes to path (creating the parent directory); false on failure.
 bool writeFile(const std::string& path, const std::vector<uint8_t>& bytes);
 // Reads a whole file; false when it cannot be read.

@@ -402,12 +402,12 @@ VTAPI_STATUS VTAPI_SDISetMiniDumpConfig(uint32_t hba, const VTAPI_MINIDUMP_CONFI
 VTAPI_STATUS VTAPI_SDGetCoreDump(uint32_t hba, const char* path) {
     OPS_ENTER("VTAPI_SDGetCoreDump", "hba=%u path=%s", hba, str(path));
     if (!path || !*path) return VTAPI_STATUS_INVALID_PARAM;
-    std::vector<uint8_t> image;
+    DumpImage image;
     {
         ISCSI_OR_FAIL(hba);
         image = dumpImage(fn.name, "ISCSI", behaviour("VTAPI_SDGetCoreDump"));
     }
-    return writeFile(path, image) ? VTAPI_STATUS_OK : VTAPI_STATUS_WRITE_FAILED;
+    return writeDump(path, image) ? VTAPI_STATUS_OK : VTAPI_STATUS_WRITE_FAILED;
 }
 
 VTAPI_STATUS VTAPI_GetiSCSIStatistics(uint32_t hba, VTAPI_STAT_ENTRY** list, uint32_t* count) {

@@ -439,12 +439,12 @@ VTAPI_STATUS VTAPI_NicGetFirmwareDump(vtapi_adapter_t* adapter, const char* ifna
     OPS_ENTER("VTAPI_NicGetFirmwareDump", "adapter=%p ifname=%s path=%s on_demand=%llu",
               (void*)adapter, str(ifname), str(path), (unsigned long long)on_demand);
     if (!path || !*path) return VTAPI_STATUS_INVALID_PARAM;
-    std::vector<uint8_t> image;
+    DumpImage image;
     {
         NIC_OR_FAIL(adapter, ifname);
         image = dumpImage(fn.name, "NIC", behaviour("VTAPI_NicGetFirmwareDump"));
     }
-    return writeFile(path, image) ? VTAPI_STATUS_OK : VTAPI_STATUS_WRITE_FAILED;
+    return writeDump(path, image) ? VTAPI_STATUS_OK : VTAPI_STATUS_WRITE_FAILED;
 }
 
 VTAPI_STATUS VTAPI_NicGetPhantomCoreDump(vtapi_adapter_t* adapter, const char* identity,
@@ -453,7 +453,7 @@ VTAPI_STATUS VTAPI_NicGetPhantomCoreDump(vtapi_adapter_t* adapter, const char* i
               str(identity), dump_mode);
     if (!identity || !out_path) return VTAPI_STATUS_INVALID_PARAM;
     if (dump_mode > 3) return VTAPI_STATUS_INVALID_PARAM;
-    std::vector<uint8_t> image;
+    DumpImage image;
     std::string path;
     {
         NIC_OR_FAIL(adapter, identity);
@@ -461,7 +461,7 @@ VTAPI_STATUS VTAPI_NicGetPhantomCoreDump(vtapi_adapter_t* adapter, const char* i
         path = libraryPath(format("/var/tmp/vtsim/phantom_core_%s_%u.bin",
                                   fileSafe(identity).c_str(), gPhantomSeq++));
     }
-    if (path.size() >= VTAPI_PATH_LEN || !writeFile(path, image)) return VTAPI_STATUS_WRITE_FAILED;
+    if (path.size() >= VTAPI_PATH_LEN || !writeDump(path, image)) return VTAPI_STATUS_WRITE_FAILED;
     copyText(out_path, VTAPI_PATH_LEN, path);
     return VTAPI_STATUS_OK;
 }

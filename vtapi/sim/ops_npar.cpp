@@ -206,7 +206,7 @@ VTAPI_STATUS VTAPI_RefreshNPARInfo(vtapi_adapter_t* adapter) {
     OPS_ENTER("VTAPI_RefreshNPARInfo", "adapter=%p", (void*)adapter);
     NPAR_OR_FAIL(adapter);
     (void)np;
-    refreshRecords(FnRef{r.host, r.a});
+    refreshRecords(FnRef{r.host, r.a}, false);  // NPAR data only
     return VTAPI_STATUS_OK;
 }
 
@@ -221,7 +221,7 @@ VTAPI_STATUS VTAPI_RefreshNPARStats(vtapi_adapter_t* adapter) {
             for (const char* k : {"rx_unicast_frames", "tx_unicast_frames"}) s[k] = num<uint64_t>(s, k, 0) + step;
             for (const char* k : {"rx_bytes", "tx_bytes"}) s[k] = num<uint64_t>(s, k, 0) + step * 1024;
         }
-    refreshRecords(FnRef{r.host, r.a});
+    refreshRecords(FnRef{r.host, r.a}, false);  // NPAR data only
     return VTAPI_STATUS_OK;
 }
 
@@ -243,7 +243,7 @@ int vtsim_reset_adapter(const char* serial) {
         for (const auto& d : kEsw) esw[d.key] = eswPowerOn(d.key);
     }
     persist(*r.a, "npar/functions", fns);
-    refreshRecords(FnRef{r.host, r.a});
+    refreshRecords(FnRef{r.host, r.a}, false);  // NPAR data only
     return 0;
 }
 
