@@ -296,10 +296,13 @@ void printTable(const json& r)
                "peak RSS growth %ld KiB\n",
                dump["bytes"].get<size_t>(), dump["provider_s"].get<double>(), dump["read_s"].get<double>(),
                dump["ratio"].get<double>(), dump["peak_rss_growth_kib"].get<long>());
-    const json& idle = measure("idle_polling");
-    if (!idle.empty())
-        printf("idle polling thread: %.4f %% CPU over %.0f s (goal <= 0.1 %%)\n", idle["cpu_percent"].get<double>(),
-           idle["seconds"].get<double>());
+    for (const char* when : {"idle_polling", "idle_polling_after"}) {
+        const json& idle = measure(when);
+        if (!idle.empty())
+            printf("idle polling thread%s: %.4f %% CPU over %.0f s (goal <= 0.1 %%)\n",
+                   std::string(when) == "idle_polling" ? "" : " after the other measures",
+                   idle["cpu_percent"].get<double>(), idle["seconds"].get<double>());
+    }
     printf("peak RSS: %ld KiB\n", r["peak_rss_kib"].get<long>());
 }
 
@@ -361,14 +364,19 @@ int main(int argc, char** argv)
     json report;
     auto wanted = [&](const char* measure) { return o.only.empty() || o.only == measure; };
     report["enumeration"] = enumerations(real, null, serve, o.only);
+    // Idle first: a firmware update marks the configuration changed, and the
+    // polling loop's rebuild that follows is not idle work.
+    if (wanted("idle_polling"))
+        report["idle_polling"] = idlePolling(o.idleSeconds);
     if (wanted("firmware_upload"))
         report["firmware_upload"] = firmwareUpload(real, o.root);
     if (wanted("refresh_lock"))
         report["refresh_lock"] = refreshLock(real);
     if (wanted("dump_download"))
         report["dump_download"] = dumpDownload(real, o.root);
-    if (wanted("idle_polling"))
-        report["idle_polling"] = idlePolling(o.idleSeconds);
+    // Again after everything: nothing the measures started may keep running.
+    if (o.only.empty())
+        report["idle_polling_after"] = idlePolling(o.idleSeconds);
     report["peak_rss_kib"] = maxRssKiB();
     printTable(report);
     if (!o.out.empty())

@@ -681,9 +681,10 @@ std::string Status::codeName(CMPIrc rc) {
 
 bool equalsIgnoreCase(const std::string& a, const std::string& b) {
     if (a.size() != b.size()) return false;
+    // ASCII folding (CIM names are ASCII); no locale call per character.
+    auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
     for (size_t i = 0; i < a.size(); ++i)
-        if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
-            return false;
+        if (a[i] != b[i] && fold(a[i]) != fold(b[i])) return false;
     return true;
 }
 

@@ -377,18 +377,20 @@ CMPIData fail(CMPIStatus* rc, CMPIrc code) {
 }
 
 const Property* findProp(const std::vector<Property>& v, const char* name, bool ignoreCase) {
+    const std::string wanted(name);  // once, not per comparison
     for (const Property& p : v)
-        if (ignoreCase ? equalsIgnoreCase(p.name, name) : p.name == name) return &p;
+        if (ignoreCase ? equalsIgnoreCase(p.name, wanted) : p.name == wanted) return &p;
     return nullptr;
 }
 
 void putProp(std::vector<Property>& v, const char* name, Value val, bool ignoreCase) {
+    std::string wanted(name);
     for (Property& p : v)
-        if (ignoreCase ? equalsIgnoreCase(p.name, name) : p.name == name) {
+        if (ignoreCase ? equalsIgnoreCase(p.name, wanted) : p.name == wanted) {
             p.value = std::move(val);
             return;
         }
-    v.push_back(Property{name, std::move(val)});
+    v.push_back(Property{std::move(wanted), std::move(val)});
 }
 
 // Named lists (properties, keys, args, context entries) share their getters.

@@ -123,6 +123,7 @@ struct Call {
 // The calls that exercise a method. Arguments are zero/false/empty. A method
 // that takes a byte array receives pieces: a start piece (piece number 0)
 // and a last piece (every uint32 argument 65535, the end-of-image mark),
+// then the same last piece asking for an update in the background (bit 17),
 // each 16 bytes, with uint64 arguments giving the whole size.
 inline std::vector<Call> CallsOf(const vcim::MethodDecl& m)
 {
@@ -131,7 +132,7 @@ inline std::vector<Call> CallsOf(const vcim::MethodDecl& m)
         pieces |= p.in && p.type == (CMPI_uint8 | CMPI_ARRAY);
     const std::vector<uint8_t> piece(16, 0x5a);
     std::vector<Call> calls;
-    for (int round = 0; round < (pieces ? 2 : 1); ++round) {
+    for (int round = 0; round < (pieces ? 3 : 1); ++round) {
         Call c{m.name, {}};
         for (const vcim::ParamDecl& p : m.params) {
             if (!p.in)
@@ -139,8 +140,8 @@ inline std::vector<Call> CallsOf(const vcim::MethodDecl& m)
             vcim::Value v = DefaultValue(p.type, piece);
             if (pieces && p.type == CMPI_uint64)
                 v = vcim::Value::uint(CMPI_uint64, piece.size());
-            if (pieces && round == 1 && p.type == CMPI_uint32)
-                v = vcim::Value::uint(CMPI_uint32, 65535);
+            if (pieces && round > 0 && p.type == CMPI_uint32)
+                v = vcim::Value::uint(CMPI_uint32, round == 1 ? 65535u : 65535u | 1u << 17);
             c.in.push_back({p.name, v});
         }
         calls.push_back(std::move(c));
