@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -85,6 +86,12 @@ protected:
                 result.back() += "\n" + line;
         }
         return result;
+    }
+
+    bool logged(const std::string& message) const
+    {
+        const std::vector<std::string> messages = logMessages();
+        return std::find(messages.begin(), messages.end(), message) != messages.end();
     }
 
     // "Sat Nov 14 17:54:22 2026 " at the start of a line.

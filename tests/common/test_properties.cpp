@@ -1,12 +1,23 @@
 #include "common_test.h"
 
-#include <functional>
-
 namespace {
 
 class PropertiesTest : public CommonTest {
 protected:
     const Veltra_NIC_Properties& props() { return Veltra_NIC_Properties::instance(); }
+    // Every setting in one line: memory tracing, debug, error, core and
+    // flash update logs, temporary file removal, partial dump, poll interval
+    // and the two namespaces.
+    std::string settings()
+    {
+        const Veltra_NIC_Properties& p = props();
+        return std::to_string(p.getMemoryTracing()) + std::to_string(p.getDebugLog()) + " " +
+               std::to_string(p.getErrorLog()) + std::to_string(p.getCoreLog()) +
+               std::to_string(p.getFlashUpdateLog()) + std::to_string(p.getRemoveTempFlashFile()) +
+               std::to_string(p.getDumpPartialFlashFile()) + " " +
+               std::to_string(p.getLinkStatusPollIntervalSeconds()) + " " + p.getInteropNamespace() + " " +
+               p.getProviderNamespace();
+    }
 };
 
 TEST_F(PropertiesTest, MissingFileKeepsDefaultsAndNamesThePath)
@@ -16,67 +27,40 @@ TEST_F(PropertiesTest, MissingFileKeepsDefaultsAndNamesThePath)
     const std::string err = testing::internal::GetCapturedStderr();
     EXPECT_EQ(err, "Veltra_NIC_Properties::reload, properties file name: " + root_ +
                        "/etc/cim/veltra/veltra_adapter_provider.properties\n");
-
-    EXPECT_FALSE(props().getMemoryTracing());
-    EXPECT_EQ(props().getDebugLog(), 0);
-    EXPECT_FALSE(props().getErrorLog());
-    EXPECT_FALSE(props().getCoreLog());
-    EXPECT_FALSE(props().getFlashUpdateLog());
-    EXPECT_TRUE(props().getRemoveTempFlashFile());
-    EXPECT_FALSE(props().getDumpPartialFlashFile());
-    EXPECT_EQ(props().getLinkStatusPollIntervalSeconds(), 180);
-    EXPECT_STREQ(props().getInteropNamespace(), "root/interop");
-    EXPECT_STREQ(props().getProviderNamespace(), "veltra/cimv2");
+    EXPECT_EQ(settings(), "00 00010 180 root/interop veltra/cimv2");
 }
 
 TEST_F(PropertiesTest, FileIsReadWordByWord)
 {
-    using P = const Veltra_NIC_Properties&;
-    struct Case {
-        const char* text;
-        std::function<void(P)> check;
-    };
     const std::string longWord = std::string(255, 'x') + "DebugLog=4\n";
-    const Case cases[] = {
-        {"debuglog=3\n", [](P p) { EXPECT_EQ(p.getDebugLog(), 3); }},
-        {"DebugLog=TRUE\n", [](P p) { EXPECT_EQ(p.getDebugLog(), 1); }},
-        {"DebugLog=-2\n", [](P p) { EXPECT_EQ(p.getDebugLog(), -2); }},
-        {"# ErrorLog=1\n", [](P p) { EXPECT_TRUE(p.getErrorLog()); }},
-        {"#ErrorLog=1\n", [](P p) { EXPECT_FALSE(p.getErrorLog()); }},
+    const std::pair<std::string, const char*> cases[] = {
+        {"debuglog=3\n", "03 00010 180 root/interop veltra/cimv2"},
+        {"DebugLog=TRUE\n", "01 00010 180 root/interop veltra/cimv2"},
+        {"DebugLog=-2\n", "0-2 00010 180 root/interop veltra/cimv2"},
+        {"# ErrorLog=1\n", "00 10010 180 root/interop veltra/cimv2"},
+        {"#ErrorLog=1\n", "00 00010 180 root/interop veltra/cimv2"},
         // Only the key's length is compared; the rest of the word is the value.
-        {"ErrorLog1\n", [](P p) { EXPECT_TRUE(p.getErrorLog()); }},
-        {"RemoveTempFlashFiles=1\n", [](P p) { EXPECT_FALSE(p.getRemoveTempFlashFile()); }},
-        {"RemoveTempFlashFile = true\n", [](P p) { EXPECT_FALSE(p.getRemoveTempFlashFile()); }},
-        {"RemoveTempFlashFile=0 DumpPartialFlashFile=1\n",
-         [](P p) {
-             EXPECT_FALSE(p.getRemoveTempFlashFile());
-             EXPECT_TRUE(p.getDumpPartialFlashFile());
-         }},
-        {"MemoryTracing=yes\n", [](P p) { EXPECT_FALSE(p.getMemoryTracing()); }},
-        {"\tmemorytracing===2\t\n", [](P p) { EXPECT_TRUE(p.getMemoryTracing()); }},
-        {"CoreLog=True\r\nFlashUpdateLog=7\n",
-         [](P p) {
-             EXPECT_TRUE(p.getCoreLog());
-             EXPECT_TRUE(p.getFlashUpdateLog());
-         }},
-        {"LinkStatusPollIntervalSeconds=0\n", [](P p) { EXPECT_EQ(p.getLinkStatusPollIntervalSeconds(), 0); }},
-        {"LinkStatusPollIntervalSeconds=true\n", [](P p) { EXPECT_EQ(p.getLinkStatusPollIntervalSeconds(), 0); }},
-        {"LinkStatusPollIntervalSeconds=60\n", [](P p) { EXPECT_EQ(p.getLinkStatusPollIntervalSeconds(), 60); }},
-        {"ErrorLog=1\nLinkStatusPollIntervalSeconds=60",
-         [](P p) {
-             EXPECT_TRUE(p.getErrorLog());
-             EXPECT_EQ(p.getLinkStatusPollIntervalSeconds(), 180) << "last word ends at end of file";
-         }},
-        {"InteropNamespace=root/other\n", [](P p) { EXPECT_STREQ(p.getInteropNamespace(), "root/other"); }},
-        {"Unknown=1 =ErrorLog=1\n", [](P p) { EXPECT_FALSE(p.getErrorLog()); }},
+        {"ErrorLog1\n", "00 10010 180 root/interop veltra/cimv2"},
+        {"RemoveTempFlashFiles=1\n", "00 00000 180 root/interop veltra/cimv2"},
+        {"RemoveTempFlashFile = true\n", "00 00000 180 root/interop veltra/cimv2"},
+        {"RemoveTempFlashFile=0 DumpPartialFlashFile=1\n", "00 00001 180 root/interop veltra/cimv2"},
+        {"MemoryTracing=yes\n", "00 00010 180 root/interop veltra/cimv2"},
+        {"\tmemorytracing===2\t\n", "10 00010 180 root/interop veltra/cimv2"},
+        {"CoreLog=True\r\nFlashUpdateLog=7\n", "00 01110 180 root/interop veltra/cimv2"},
+        {"LinkStatusPollIntervalSeconds=0\n", "00 00010 0 root/interop veltra/cimv2"},
+        {"LinkStatusPollIntervalSeconds=true\n", "00 00010 0 root/interop veltra/cimv2"},
+        {"LinkStatusPollIntervalSeconds=60\n", "00 00010 60 root/interop veltra/cimv2"},
+        // The last word ends at the end of the file, unread.
+        {"ErrorLog=1\nLinkStatusPollIntervalSeconds=60", "00 10010 180 root/interop veltra/cimv2"},
+        {"InteropNamespace=root/other\n", "00 00010 180 root/other veltra/cimv2"},
+        {"Unknown=1 =ErrorLog=1\n", "00 00010 180 root/interop veltra/cimv2"},
         // Words are read into a 256-byte buffer: the rest of a longer run of
         // characters is read as the next word.
-        {longWord.c_str(), [](P p) { EXPECT_EQ(p.getDebugLog(), 4); }},
+        {longWord, "04 00010 180 root/interop veltra/cimv2"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.text);
-        configure(c.text);
-        c.check(props());
+    for (const auto& [text, expected] : cases) {
+        configure(text.c_str());
+        EXPECT_EQ(settings(), expected) << text;
     }
 }
 

@@ -41,16 +41,16 @@ Json shapesHost()
 
 class AdapterClassTest : public FrameTest {
 protected:
-    void start(const Json* host = nullptr)
+    // The listed properties of an instance, each as "name=value" ("name"
+    // alone when absent).
+    std::string listed(const char* cls, const std::string& key, std::initializer_list<const char*> props)
     {
-        if (host) {
-            ASSERT_EQ(vtsim_load_host_json(host->dump().c_str()), 0) << vtsim_last_error();
-        }
-        const vcim::Status loaded = load();
-        ASSERT_TRUE(loaded.ok()) << loaded.msg;
+        const Props all = get(cls, key);
+        std::string text;
+        for (const char* p : props)
+            text += std::string(text.empty() ? "" : " ") + p + (all.count(p) ? "=" + all.at(p) : "");
+        return text;
     }
-
-    std::vector<std::string> keys(const char* cls) { return names(cls); }
     vcim::Status call(const char* cls, const std::string& key, const char* method,
                       const std::vector<vcim::Property>& in = {})
     {
@@ -61,39 +61,23 @@ protected:
 TEST_F(AdapterClassTest, AdaptersShowTheirIdentityVersionsPartitioningAndSRIOV)
 {
     start();
-    EXPECT_EQ(keys(kAdapter), (std::vector<std::string>{kFC, "VT25T30942", "VT12E00317", kCNA}));
-    std::vector<vcim::Instance> all;
-    ASSERT_TRUE(broker().enumInstances(classPath(kAdapter), nullptr, all).ok());
-    EXPECT_EQ(all.size(), 4u);
-
-    const Props fc = get(kAdapter, kFC);
-    EXPECT_EQ(fc.at("SerialNumber"), kFC);
-    EXPECT_EQ(fc.at("AdapterType"), "1");
-    EXPECT_EQ(fc.at("PCIBusID"), "59");
-    EXPECT_EQ(fc.at("SubSystemID"), "45872");
-    EXPECT_EQ(fc.at("PhysicalPortCount"), "2");
-    EXPECT_EQ(fc.at("FlashBIOSVersion"), "3.64");
-    EXPECT_EQ(fc.at("FCodeVersion"), "4.15");
-    EXPECT_EQ(fc.at("EFIVersion"), "7.36");
-    EXPECT_EQ(fc.at("AdapterModel"), "VT3402-C 32Gb 2-port FC HBA");
+    EXPECT_EQ(names(kAdapter), (std::vector<std::string>{kFC, "VT25T30942", "VT12E00317", kCNA}));
+    EXPECT_EQ(listed(kAdapter, kFC, {"SerialNumber", "AdapterType", "PCIBusID", "SubSystemID", "PhysicalPortCount",
+                                     "FlashBIOSVersion", "FCodeVersion", "EFIVersion"}),
+              "SerialNumber=VT27C40118 AdapterType=1 PCIBusID=59 SubSystemID=45872 PhysicalPortCount=2 "
+              "FlashBIOSVersion=3.64 FCodeVersion=4.15 EFIVersion=7.36");
+    EXPECT_EQ(get(kAdapter, kFC).at("AdapterModel"), "VT3402-C 32Gb 2-port FC HBA");
     // Only FC functions: SR-IOV not valid; not partitioned: no masks.
-    EXPECT_EQ(fc.at("SRIOVFieldsValid"), "0");
-    for (const char* absent :
-         {"SRIOVMaxVF", "SRIOVStatus", "SRIOV_VF", "ManagementFunctionName", "FeatureMask", "ExclusivityMask"})
-        EXPECT_EQ(fc.count(absent), 0u) << absent;
-
-    const Props cna = get(kAdapter, "vt26n51203"); // keys ignore case
-    EXPECT_EQ(cna.at("InstanceID"), kCNA);
-    EXPECT_EQ(cna.at("AdapterType"), "3");
-    EXPECT_EQ(cna.at("ManagementFunctionName"), "vmnic4");
-    EXPECT_EQ(cna.at("FeatureMask"), "7");
-    EXPECT_EQ(cna.at("ExclusivityMask"), "1");
-    EXPECT_EQ(cna.at("PXEVersion"), "3.12.0");
-    EXPECT_EQ(cna.at("FlashMultiBootVersion"), "03.20.12");
-    EXPECT_EQ(cna.at("SRIOVFieldsValid"), "1");
-    EXPECT_EQ(cna.at("SRIOVMaxVF"), "16,16");
-    EXPECT_EQ(cna.at("SRIOVStatus"), "1");
-    EXPECT_EQ(cna.at("SRIOV_VF"), "4,4");
+    EXPECT_EQ(listed(kAdapter, kFC, {"SRIOVFieldsValid", "SRIOVMaxVF", "SRIOVStatus", "SRIOV_VF",
+                                     "ManagementFunctionName", "FeatureMask", "ExclusivityMask"}),
+              "SRIOVFieldsValid=0 SRIOVMaxVF SRIOVStatus SRIOV_VF ManagementFunctionName FeatureMask ExclusivityMask");
+    // Keys ignore case.
+    EXPECT_EQ(listed(kAdapter, "vt26n51203", {"InstanceID", "AdapterType", "ManagementFunctionName", "FeatureMask",
+                                              "ExclusivityMask", "PXEVersion", "FlashMultiBootVersion"}),
+              "InstanceID=VT26N51203 AdapterType=3 ManagementFunctionName=vmnic4 FeatureMask=7 ExclusivityMask=1 "
+              "PXEVersion=3.12.0 FlashMultiBootVersion=03.20.12");
+    EXPECT_EQ(listed(kAdapter, kCNA, {"SRIOVFieldsValid", "SRIOVMaxVF", "SRIOVStatus", "SRIOV_VF"}),
+              "SRIOVFieldsValid=1 SRIOVMaxVF=16,16 SRIOVStatus=1 SRIOV_VF=4,4");
 
     // A property list keeps the key and the properties asked for.
     const vcim::PropertyList list{"SerialNumber"};
@@ -107,59 +91,42 @@ TEST_F(AdapterClassTest, AdaptersShowTheirIdentityVersionsPartitioningAndSRIOV)
 
 TEST_F(AdapterClassTest, SRIOVPropertiesFollowTheNICFunctionAndTheLibrary)
 {
-    const Json host = shapesHost();
-    start(&host);
+    start(shapesHost().dump());
+    const auto sriov = {"SRIOVFieldsValid", "SRIOVMaxVF", "SRIOVStatus", "SRIOV_VF"};
     // Capability flags not all set: no SR-IOV property at all.
-    Props boot = get(kAdapter, "VTBOOT0001");
-    for (const char* absent : {"SRIOVFieldsValid", "SRIOVMaxVF", "SRIOVStatus", "SRIOV_VF"})
-        EXPECT_EQ(boot.count(absent), 0u) << absent;
-
+    EXPECT_EQ(listed(kAdapter, "VTBOOT0001", sriov), "SRIOVFieldsValid SRIOVMaxVF SRIOVStatus SRIOV_VF");
     // The capability cannot be read: only "SRIOVFieldsValid" 0.
     ASSERT_EQ(vtsim_fault("VTAPI_GetSRIOVCapabilities", VTAPI_STATUS_NOT_SUPPORTED, 1), 0);
-    Props nic = get(kAdapter, "VTNICONLY1");
-    EXPECT_EQ(nic.at("SRIOVFieldsValid"), "0");
-    EXPECT_EQ(nic.count("SRIOVMaxVF"), 0u);
-
+    EXPECT_EQ(listed(kAdapter, "VTNICONLY1", sriov), "SRIOVFieldsValid=0 SRIOVMaxVF SRIOVStatus SRIOV_VF");
     // The status cannot be read: the capability alone.
     ASSERT_EQ(vtsim_fault("VTAPI_GetSRIOVStatus_v2", VTAPI_STATUS_BAD, 1), 0);
-    nic = get(kAdapter, "VTNICONLY1");
-    EXPECT_EQ(nic.at("SRIOVFieldsValid"), "1");
-    EXPECT_EQ(nic.at("SRIOVMaxVF"), "16,0");
-    EXPECT_EQ(nic.count("SRIOVStatus"), 0u);
-    EXPECT_EQ(nic.count("SRIOV_VF"), 0u);
-    nic = get(kAdapter, "VTNICONLY1");
-    EXPECT_EQ(nic.at("SRIOVStatus"), "1");
-    EXPECT_EQ(nic.at("SRIOV_VF"), "2,0");
+    EXPECT_EQ(listed(kAdapter, "VTNICONLY1", sriov), "SRIOVFieldsValid=1 SRIOVMaxVF=16,0 SRIOVStatus SRIOV_VF");
+    EXPECT_EQ(listed(kAdapter, "VTNICONLY1", sriov), "SRIOVFieldsValid=1 SRIOVMaxVF=16,0 SRIOVStatus=1 SRIOV_VF=2,0");
 }
 
 TEST_F(AdapterClassTest, BootInformationAndPortlessAdapters)
 {
-    const Json host = shapesHost();
-    start(&host);
+    start(shapesHost().dump());
     // The first FC or FCoE function in port and function order.
     EXPECT_EQ(get(kAdapter, "VTBOOT0001").at("BIValid"), "5");
     EXPECT_EQ(get(kAdapter, "VTNICONLY1").at("BIValid"), "0");
 
-    const Props none = get(kAdapter, "VTNOPORTS1");
-    EXPECT_EQ(none.at("PhysicalPortCount"), "0");
-    EXPECT_EQ(none.at("BIValid"), "0");
-    EXPECT_EQ(none.at("SRIOVFieldsValid"), "0");
+    EXPECT_EQ(listed(kAdapter, "VTNOPORTS1", {"PhysicalPortCount", "BIValid", "SRIOVFieldsValid"}),
+              "PhysicalPortCount=0 BIValid=0 SRIOVFieldsValid=0");
     EXPECT_EQ(get(kNICAdapter, "VTNOPORTS1").at("PhysicalPortCount"), "0");
     EXPECT_EQ(get(kAdapter, std::string(127, 'L')).at("SerialNumber"), std::string(127, 'L'));
 }
 
 TEST_F(AdapterClassTest, PhysicalPortsCarryTheirProtocolsAndAreFoundByNumber)
 {
-    const Json host = shapesHost();
-    start(&host);
+    start(shapesHost().dump());
     // Ports without a protocol list and adapters without ports give none.
-    const std::vector<std::string> ports = keys(kPort);
+    const std::vector<std::string> ports = names(kPort);
     EXPECT_EQ(ports, (std::vector<std::string>{"VTBOOT0001;0", "VTBOOT0001;1", "VTNICONLY1;0",
                                                std::string(127, 'L') + ";0"}));
-    const Props fc = get(kPort, "vtboot0001;1");
-    EXPECT_EQ(fc.at("InstanceID"), "VTBOOT0001;1");
-    EXPECT_EQ(fc.at("SupportedProtocolTypes"), "10"); // FC and FCoE
-    EXPECT_EQ(fc.at("PortNumber"), "1");
+    // FC and FCoE: 10.
+    EXPECT_EQ(listed(kPort, "vtboot0001;1", {"InstanceID", "SupportedProtocolTypes", "PortNumber"}),
+              "InstanceID=VTBOOT0001;1 SupportedProtocolTypes=10 PortNumber=1");
     EXPECT_EQ(get(kPort, "VTBOOT0001;0").at("SupportedProtocolTypes"), "1");
     EXPECT_EQ(get(kPort, std::string(127, 'L') + ";0").at("SupportedProtocolTypes"), "2");
 
@@ -171,24 +138,21 @@ TEST_F(AdapterClassTest, PhysicalPortsCarryTheirProtocolsAndAreFoundByNumber)
 TEST_F(AdapterClassTest, PartitionedAdapterOnItsPortsAndFromTheEthernetSide)
 {
     start();
-    const Props port = get(kPort, std::string(kCNA) + ";1");
-    EXPECT_EQ(port.at("SupportedProtocolTypes"), "13"); // NIC, iSCSI, FCoE
-    EXPECT_EQ(port.at("ManagementFunctionName"), "vmnic4");
-    EXPECT_EQ(port.at("BusNumber"), "175");
+    // NIC, iSCSI and FCoE: 13.
+    EXPECT_EQ(listed(kPort, std::string(kCNA) + ";1", {"SupportedProtocolTypes", "ManagementFunctionName", "BusNumber"}),
+              "SupportedProtocolTypes=13 ManagementFunctionName=vmnic4 BusNumber=175");
     EXPECT_EQ(get(kPort, std::string(kFC) + ";0").count("ManagementFunctionName"), 0u);
 
-    EXPECT_EQ(keys(kNICAdapter), keys(kAdapter));
+    EXPECT_EQ(names(kNICAdapter), names(kAdapter));
     const Props nic = get(kNICAdapter, kCNA);
     EXPECT_EQ(nic.at("DeviceID"), nic.at("ChipModel"));
     EXPECT_NE(nic.at("DeviceID"), "0");
-    EXPECT_EQ(nic.at("DriverVersion").empty(), false);
-    EXPECT_EQ(nic.at("ManagementFunctionName"), "vmnic4");
-    EXPECT_EQ(nic.at("FeatureMask"), "7");
-    EXPECT_EQ(nic.count("SRIOVFieldsValid"), 0u);
-    const Props fcSide = get(kNICAdapter, kFC);
-    for (const char* absent : {"DeviceID", "ChipModel", "DriverVersion", "ManagementFunctionName"})
-        EXPECT_EQ(fcSide.count(absent), 0u) << absent;
-    EXPECT_EQ(fcSide.at("FlashFirmwareVersion"), "9.12.01");
+    EXPECT_FALSE(nic.at("DriverVersion").empty());
+    EXPECT_EQ(listed(kNICAdapter, kCNA, {"ManagementFunctionName", "FeatureMask", "SRIOVFieldsValid"}),
+              "ManagementFunctionName=vmnic4 FeatureMask=7 SRIOVFieldsValid");
+    EXPECT_EQ(listed(kNICAdapter, kFC, {"DeviceID", "ChipModel", "DriverVersion", "ManagementFunctionName",
+                                        "FlashFirmwareVersion"}),
+              "DeviceID ChipModel DriverVersion ManagementFunctionName FlashFirmwareVersion=9.12.01");
 }
 
 TEST_F(AdapterClassTest, PartitioningAndSRIOVMethodsReportTheLibrarysCode)

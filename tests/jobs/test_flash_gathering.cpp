@@ -20,7 +20,6 @@ protected:
     {
         EXPECT_EQ(st.rc, rc) << st.msg;
         EXPECT_EQ(st.msg, message);
-        EXPECT_TRUE(logged("invokeMethod_Adapter: Error: " + message)) << message;
     }
 };
 
@@ -64,7 +63,6 @@ TEST_F(FlashGatheringTest, SinglePieceIsStagedUnderAJobNumberAndFlashedAtOnce)
     EXPECT_NE(made[0].find("option=0"), std::string::npos) << made[0];
     EXPECT_EQ(flashed(kFC)["last_size"], 1000);
     EXPECT_EQ(flashed(kFC)["last_checksum"], checksum(image));
-    EXPECT_TRUE(logged("****** Successfully updated flash on adapter with serial number [VT27C40118]"));
 
     // Bit 16 goes to the library as the update option; bit 17 is only asked
     // for, so this one is flashed in the request too.
@@ -79,9 +77,6 @@ TEST_F(FlashGatheringTest, PiecesAreGatheredUntilTheLastPieceCompletesTheImage)
     start("RemoveTempFlashFile=0\n");
     const auto p0 = pattern(100, 1), p1 = pattern(100, 2), last = pattern(50, 3);
     ASSERT_TRUE(send(kFC, p0, 300, 0).ok());
-    EXPECT_TRUE(
-        logged("invokeMethod_Adapter: **** Successfully saved the current buffer to existing flash image.  "
-               "Expect [200] more bytes"));
     ASSERT_TRUE(send(kFC, p1, 300, 1).ok());
     EXPECT_EQ(returnValue(), 0u);
     EXPECT_TRUE(calls("VTAPI_doOptionROMUpdate").empty());
@@ -97,9 +92,6 @@ TEST_F(FlashGatheringTest, PiecesAreGatheredUntilTheLastPieceCompletesTheImage)
     vtsim_log_clear();
     for (uint32_t n = 0; n < 3; ++n)
         ASSERT_TRUE(send(kFC2, pattern(100, static_cast<uint8_t>(n)), 300, n).ok()) << n;
-    EXPECT_TRUE(
-        logged("invokeMethod_Adapter: **** Successfully saved the current buffer to existing flash image.  "
-               "Expect [0] more bytes"));
     EXPECT_TRUE(calls("VTAPI_doOptionROMUpdate").empty());
     expectRefused(send(kFC2, pattern(1, 9), 300, 3), CMPI_RC_ERR_INVALID_PARAMETER,
                   "Invalid Image buffer size, size=1!");
@@ -116,9 +108,6 @@ TEST_F(FlashGatheringTest, OutOfSequencePieceIsRefusedAndLeavesTheImageAsItWas)
                   "The incoming data packet is out of sequence, LastPacketID = [1], CurrentPacketID = [3]!");
     // The client resends the right piece; the refused one left no trace.
     ASSERT_TRUE(send(kFC, p2, 160, 2).ok());
-    EXPECT_TRUE(
-        logged("invokeMethod_Adapter: **** Successfully saved the current buffer to existing flash image.  "
-               "Expect [40] more bytes"));
     ASSERT_TRUE(send(kFC, last, 160, kLast).ok());
     EXPECT_EQ(onlyStagedFile(), text(join({p0, p1, p2, last})));
     EXPECT_EQ(flashed(kFC)["last_checksum"], checksum(join({p0, p1, p2, last})));
@@ -128,12 +117,11 @@ TEST_F(FlashGatheringTest, RefusedSizesAndArgumentsStoreNothing)
 {
     start("RemoveTempFlashFile=0\n");
     expectRefused(send(kFC, {}, 10, 0), CMPI_RC_ERR_INVALID_PARAMETER, "Invalid Image buffer size, size=0!");
-    expectRefused(send(kFC, pattern(4, 1), 0, 0), CMPI_RC_ERR_INVALID_PARAMETER,
-                  "Invalid Image buffer size, size=0!");
-    expectRefused(send(kFC, pattern(4, 1), (256ull << 20) + 1, 0), CMPI_RC_ERR_INVALID_PARAMETER,
-                  "Invalid Image buffer size, size=268435457!");
-    expectRefused(send(kFC, pattern(20, 1), 10, 0), CMPI_RC_ERR_INVALID_PARAMETER,
-                  "Invalid Image buffer size, size=20!");
+    const std::pair<uint64_t, const char*> refusedTotals[] = {
+        {0, "size=0!"}, {(256ull << 20) + 1, "size=268435457!"}, {3, "size=4!"}};
+    for (const auto& [total, size] : refusedTotals)
+        expectRefused(send(kFC, pattern(4, 1), total, 0), CMPI_RC_ERR_INVALID_PARAMETER,
+                      std::string("Invalid Image buffer size, ") + size);
 
     // A piece larger than the room left is refused whole; the next right
     // one continues the image.
@@ -145,23 +133,21 @@ TEST_F(FlashGatheringTest, RefusedSizesAndArgumentsStoreNothing)
     EXPECT_EQ(onlyStagedFile(), text(join({p0, tail})));
     EXPECT_EQ(calls("VTAPI_doOptionROMUpdate").size(), 1u);
 
-    // Arguments: missing, of another type, and an unknown adapter.
-    vcim::Status st = invoke(kAdapter, kFC,
-                             {{"TotalImageBufferSize", vcim::Value::uint(CMPI_uint64, 4)},
-                              {"FlashUpdateFlags", vcim::Value::uint(CMPI_uint32, 0)}});
-    EXPECT_EQ(st.rc, CMPI_RC_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(st.msg, "Missing required argument [ImageBuffer]!");
-    st = invoke(kAdapter, kFC,
-                {{"ImageBuffer", vcim::Value::array(CMPI_uint8, {vcim::Value::uint(CMPI_uint8, 1)})},
-                 {"TotalImageBufferSize", vcim::Value::uint(CMPI_uint64, 1)}});
-    EXPECT_EQ(st.msg, "Missing required argument [FlashUpdateFlags]!");
-    // A null size counts as 0, which no image may announce.
-    st = invoke(kAdapter, kFC,
-                {{"ImageBuffer", vcim::Value::array(CMPI_uint8, {vcim::Value::uint(CMPI_uint8, 1)})},
-                 {"TotalImageBufferSize", vcim::Value::nullOf(CMPI_uint64)},
-                 {"FlashUpdateFlags", vcim::Value::uint(CMPI_uint32, 0)}});
-    EXPECT_EQ(st.msg, "Invalid Image buffer size, size=0!");
-    st = send("VT00NOSUCH", pattern(4, 1), 4, 0);
+    // Arguments missing (by position), a null size (counts as 0, which no
+    // image may announce) and an unknown adapter.
+    auto withArguments = [&](size_t leftOut, const vcim::Value& total) {
+        std::vector<vcim::Property> in = pieceArguments({1}, 1, 0);
+        in[1].value = total;
+        if (leftOut < in.size())
+            in.erase(in.begin() + leftOut);
+        return invoke(keyPath(kAdapter, kFC), "UpdateFlashFromImageBuffer", in);
+    };
+    const vcim::Value one = vcim::Value::uint(CMPI_uint64, 1), nullSize = vcim::Value::nullOf(CMPI_uint64);
+    EXPECT_EQ(withArguments(0, one).rc, CMPI_RC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(withArguments(0, one).msg, "Missing required argument [ImageBuffer]!");
+    EXPECT_EQ(withArguments(2, one).msg, "Missing required argument [FlashUpdateFlags]!");
+    EXPECT_EQ(withArguments(3, nullSize).msg, "Invalid Image buffer size, size=0!");
+    const vcim::Status st = send("VT00NOSUCH", pattern(4, 1), 4, 0);
     EXPECT_EQ(st.rc, CMPI_RC_ERR_NOT_FOUND);
     EXPECT_EQ(st.msg, "No matching instance found, KeyValue=VT00NOSUCH!");
     EXPECT_EQ(calls("VTAPI_doOptionROMUpdate").size(), 1u);
@@ -210,7 +196,6 @@ TEST_F(FlashGatheringTest, StagingFileIsRemovedAfterSuccessAndFailureAndTheFailu
     const vcim::Status st = sendWhole(kFC, pattern(100, 2));
     EXPECT_EQ(st.rc, CMPI_RC_ERR_FAILED);
     EXPECT_EQ(st.msg, "Failed to update flash for adapter with serial number [VT27C40118], ErrorCode=6!");
-    EXPECT_TRUE(logged("Exiting  invokeMethod_Adapter, exit code=2"));
     EXPECT_TRUE(stagedFiles().empty());
     EXPECT_EQ(flashed(kFC)["updates"], 1);
 }
@@ -232,7 +217,6 @@ TEST_F(FlashGatheringTest, FunctionIsChosenNICThenFCOnTheLowestPortThenISCSI)
     EXPECT_TRUE(calls("VTAPI_UpdateiSCSIFW").empty());
     EXPECT_TRUE(logged(
         "Performing Flash update before VTAPI_doOptionROMUpdate pFCProtocol PortWWN=21:00:00:1F:EE:00:00:51"));
-    EXPECT_TRUE(logged("Performing Flash update before VTAPI_doOptionROMUpdate pFCProtocol PortNumber=1"));
 
     // iSCSI alone: the last iSCSI function, with 0 before the option.
     ASSERT_TRUE(sendWhole("VTISCSI001", image, kOption).ok());
@@ -262,7 +246,6 @@ TEST_F(FlashGatheringTest, NICAdapterClassFlashesInTheRequestFromItsOwnFile)
     EXPECT_TRUE(stagedFiles().empty());
     EXPECT_EQ(calls("VTAPI_UpdateFlash").size(), 1u);
     EXPECT_EQ(flashed(kCNA)["last_checksum"], checksum(image));
-    EXPECT_TRUE(logged("Exiting  invokeMethod_NICAdapter, exit code=0"));
     EXPECT_EQ(read(at(kPreferenceFile)).find("#STATUS="), std::string::npos);
 }
 

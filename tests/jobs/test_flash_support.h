@@ -10,10 +10,7 @@
 
 #include <cerrno>
 #include <map>
-
-#ifndef FLASH_TEST_LIBRARY
-#error "FLASH_TEST_LIBRARY and FLASH_MOF_DIR come from the build"
-#endif
+#include <regex>
 
 namespace flashtest {
 
@@ -78,7 +75,7 @@ protected:
         if (host) {
             ASSERT_EQ(vtsim_load_host_json(host->dump().c_str()), 0) << vtsim_last_error();
         }
-        const vcim::Status loaded = load(FLASH_TEST_LIBRARY, FLASH_MOF_DIR);
+        const vcim::Status loaded = load();
         ASSERT_TRUE(loaded.ok()) << loaded.msg;
         // The library may have read the properties in an earlier load.
         hook<void (*)()>("vtflash_reload_properties")();
@@ -97,7 +94,7 @@ protected:
     vcim::Status send(const std::string& serial, const std::vector<uint8_t>& bytes, uint64_t total, uint32_t flags,
                       const char* cls = kAdapter)
     {
-        return invoke(cls, serial, pieceArguments(bytes, total, flags));
+        return invoke(keyPath(cls, serial), "UpdateFlashFromImageBuffer", pieceArguments(bytes, total, flags));
     }
     static std::vector<vcim::Property> pieceArguments(const std::vector<uint8_t>& bytes, uint64_t total,
                                                       uint32_t flags)
@@ -114,20 +111,12 @@ protected:
     {
         return send(serial, image, image.size(), flags);
     }
-    vcim::Status invoke(const char* cls, const std::string& serial, const std::vector<vcim::Property>& in,
-                        const char* method = "UpdateFlashFromImageBuffer")
-    {
-        result_ = vcim::MethodResult{};
-        return broker().invokeMethod(keyPath(cls, serial), method, in, result_);
-    }
     uint64_t returnValue() const { return result_.returnValue.null ? ~0ull : result_.returnValue.n.u; }
     // The "ReturnCode" output argument, or -1.
     long long returnCode() const
     {
-        for (const vcim::Property& p : result_.out)
-            if (p.name == "ReturnCode" && !p.value.null)
-                return static_cast<long long>(p.value.n.u);
-        return -1;
+        const vcim::Value* code = out("ReturnCode");
+        return code && !code->null ? static_cast<long long>(code->n.u) : -1;
     }
 
     // ---- observations ----
@@ -150,39 +139,19 @@ protected:
     {
         std::map<std::string, std::string> files;
         for (const auto& entry : fs::directory_iterator(at("/var/tmp")))
-            if (isStagedFileName(entry.path().filename().string()))
+            if (std::regex_match(entry.path().filename().string(), std::regex("vtflash[0-9]+\\.bin")))
                 files[entry.path().filename().string()] = read(entry.path().string());
         return files;
-    }
-    // "vtflash<digits>.bin"
-    static bool isStagedFileName(const std::string& name)
-    {
-        const std::string prefix = "vtflash", suffix = ".bin";
-        return name.size() > prefix.size() + suffix.size() && name.rfind(prefix, 0) == 0 &&
-               name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0 &&
-               isDigits(name.substr(prefix.size(), name.size() - prefix.size() - suffix.size()));
-    }
-    static bool isDigits(const std::string& text)
-    {
-        return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
     }
     static std::string text(const std::vector<uint8_t>& bytes) { return {bytes.begin(), bytes.end()}; }
     bool logged(const std::string& message) const { return logCount(message) > 0; }
 
     // ---- jobs ----
-    vcim::Status getJob(const std::string& key, std::map<std::string, std::string>& props)
-    {
-        vcim::Instance instance;
-        const vcim::Status st = broker().getInstance(keyPath(kJob, key), nullptr, instance);
-        props.clear();
-        for (const vcim::Property& p : instance.props)
-            props[p.name] = p.value.toCimString();
-        return st;
-    }
     std::string jobState(uint32_t id)
     {
-        std::map<std::string, std::string> props;
-        return getJob(std::to_string(id), props).ok() ? props["JobState"] : "missing";
+        vcim::Instance job;
+        const bool found = broker().getInstance(keyPath(kJob, std::to_string(id)), nullptr, job).ok();
+        return found && job.get("JobState") ? job.get("JobState")->toCimString() : "missing";
     }
     bool waitForJobState(uint32_t id, const std::string& state, int milliseconds = 10000)
     {
@@ -200,7 +169,6 @@ protected:
         return fields;
     }
 
-    vcim::MethodResult result_;
     size_t loadedThreads_ = 0;
 };
 
