@@ -278,9 +278,9 @@ VTAPI_STATUS VTAPI_RefreshLinkProps(vtapi_adapter_t* adapter) {
             if (flap) nic["link_state"] = num<uint32_t>(nic, "link_state", 1) == 1 ? 0u : 1u;
             for (const char* k : {"rx_errors", "tx_errors"})
                 if (errorStep) nic[k] = num<uint64_t>(nic, k, 0) + errorStep;
+            // Link data only: the NIC function's own record, nothing else of the adapter.
+            refreshRecords(FnRef{r.host, r.a, &port, &fn}, false);
         }
-    // Link data only: the adapter's FC targets and LUNs are left as they are.
-    refreshRecords(FnRef{r.host, r.a}, false);
     return VTAPI_STATUS_OK;
 }
 
