@@ -31,6 +31,11 @@ int cmpi_v100_current_version(void);
 int cmpi_v100_has_level_86(void);
 size_t cmpi_v100_size(const char *type);
 
+/* The Stub factory probe compiled as C and as C++: 0 when every check
+   passed, else the line in macro_probe.inc of the first failed one. */
+int cmpi_stub_probe_c(char *err, size_t n);
+int cmpi_stub_probe_cxx(char *err, size_t n);
+
 #ifdef __cplusplus
 }
 #endif

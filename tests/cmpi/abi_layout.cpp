@@ -109,3 +109,11 @@ TEST(CmpiAbi, LevelOneBuildDropsTheTwoZeroMembers) {
     EXPECT_EQ(cmpi_v100_size("CMPIPropertyMIFT"), 40u);
     EXPECT_EQ(cmpi_v100_size("CMPIIndicationMIFT"), 72u);
 }
+
+TEST(CmpiAbi, StubFactoriesFillTheirTablesInCAndCxx) {
+    for (auto probe : {cmpi_stub_probe_c, cmpi_stub_probe_cxx}) {
+        char err[256] = "";
+        int line = probe(err, sizeof err);
+        EXPECT_EQ(line, 0) << "macro_probe.inc:" << line << ": " << err;
+    }
+}

@@ -1,4 +1,4 @@
-/* The macro probes compiled as C. */
+/* The Stub probe compiled as C. */
 #define PROBE_PN ProbeC
-#define PROBE_LIST macro_probes_c
+#define PROBE_FN cmpi_stub_probe_c
 #include "macro_probe.inc"

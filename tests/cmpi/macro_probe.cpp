@@ -1,4 +1,4 @@
-// The macro probes compiled as C++.
+// The Stub probe compiled as C++.
 #define PROBE_PN ProbeCxx
-#define PROBE_LIST macro_probes_cxx
+#define PROBE_FN cmpi_stub_probe_cxx
 #include "macro_probe.inc"

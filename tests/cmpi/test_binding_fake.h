@@ -3,7 +3,6 @@
 // sfcb does: CMPI_chars arrive as the char* itself and come back as CMPI_string.
 #pragma once
 
-#include <pthread.h>
 #include <strings.h>
 
 #include <cstring>
@@ -35,8 +34,7 @@ struct Inst {
     CMPIInstance h;
     Path* path;
     std::map<std::string, CMPIData> props;
-    const char** keysSeen = nullptr;
-    bool filtered = false;
+    const char** keysSeen = nullptr;  // of the last property filter
 };
 struct Arr {
     CMPIArray h;
@@ -59,14 +57,9 @@ struct Result {
 
 // Everything the fake creates; cleared by reset().
 struct World {
-    std::vector<std::unique_ptr<Str>> strings;
-    std::vector<std::unique_ptr<Path>> paths;
-    std::vector<std::unique_ptr<Inst>> insts;
-    std::vector<std::unique_ptr<Arr>> arrays;
-    std::vector<std::unique_ptr<Args>> args;
-    std::vector<std::unique_ptr<Ctx>> contexts;
+    std::vector<std::shared_ptr<void>> objects;
+    Inst* lastInst = nullptr;
     int newStringCalls = 0;
-    int detachCalls = 0;
     CMPIrc detachRc = CMPI_RC_OK;
     CMPIrc nextGetPropertyRc = CMPI_RC_OK;  // injected failure of one getProperty
 };
@@ -75,6 +68,15 @@ inline World world;
 template <class T, class H>
 T* self(const H* h) {
     return static_cast<T*>(h->hdl);
+}
+// A new object of kind T whose handle names it.
+template <class T, class FT>
+T* make(FT* ft, CMPIStatus* rc) {
+    auto o = std::make_shared<T>();
+    o->h = {o.get(), ft};
+    world.objects.push_back(o);
+    setRc(rc, CMPI_RC_OK);
+    return o.get();
 }
 
 // -- strings
@@ -85,12 +87,9 @@ inline const char* strChars(const CMPIString* s, CMPIStatus* rc) {
 inline CMPIStringFT stringFT = {1, nullptr, nullptr, strChars};
 inline CMPIString* newString(const CMPIBroker*, const char* text, CMPIStatus* rc) {
     ++world.newStringCalls;
-    auto s = std::make_unique<Str>();
-    s->h = {s.get(), &stringFT};
+    Str* s = make<Str>(&stringFT, rc);
     s->text = text ? text : "";
-    setRc(rc, CMPI_RC_OK);
-    world.strings.push_back(std::move(s));
-    return &world.strings.back()->h;
+    return &s->h;
 }
 
 // Stores a value as sfcb does: chars through the pointer itself, kept as string.
@@ -111,8 +110,8 @@ inline CMPIData store(const CMPIValue* v, CMPIType type) {
     return d;
 }
 
-inline CMPIData lookup(const std::vector<std::pair<std::string, CMPIData>>& list, const char* name,
-                       CMPIStatus* rc) {
+template <class List>
+CMPIData lookup(const List& list, const char* name, CMPIStatus* rc) {
     for (auto& kv : list)
         if (strcasecmp(kv.first.c_str(), name) == 0) {
             setRc(rc, CMPI_RC_OK);
@@ -133,10 +132,6 @@ inline CMPIString* pathClass(const CMPIObjectPath* op, CMPIStatus* rc) {
 inline CMPIString* pathNs(const CMPIObjectPath* op, CMPIStatus* rc) {
     return newString(nullptr, self<Path>(op)->ns.c_str(), rc);
 }
-inline CMPIStatus pathSetNs(CMPIObjectPath* op, const char* ns) {
-    self<Path>(op)->ns = ns;
-    return st(CMPI_RC_OK);
-}
 inline CMPIStatus addKey(CMPIObjectPath* op, const char* name, const CMPIValue* v,
                          const CMPIType type) {
     self<Path>(op)->keys.emplace_back(name, store(v, type));
@@ -155,30 +150,21 @@ inline CMPIData getKeyAt(const CMPIObjectPath* op, CMPICount i, CMPIString** nam
     setRc(rc, CMPI_RC_OK);
     return keys[i].second;
 }
-inline CMPICount keyCount(const CMPIObjectPath* op, CMPIStatus* rc) {
-    setRc(rc, CMPI_RC_OK);
-    return static_cast<CMPICount>(self<Path>(op)->keys.size());
-}
 inline CMPIObjectPathFT pathFT = [] {
     CMPIObjectPathFT ft{};
     ft.ftVersion = 1;
-    ft.setNameSpace = pathSetNs;
     ft.getNameSpace = pathNs;
     ft.getClassName = pathClass;
     ft.addKey = addKey;
     ft.getKey = getKey;
     ft.getKeyAt = getKeyAt;
-    ft.getKeyCount = keyCount;
     return ft;
 }();
 inline CMPIObjectPath* newPath(const CMPIBroker*, const char* ns, const char* cls, CMPIStatus* rc) {
-    auto p = std::make_unique<Path>();
-    p->h = {p.get(), &pathFT};
+    Path* p = make<Path>(&pathFT, rc);
     p->ns = ns ? ns : "";
     p->cls = cls ? cls : "";
-    setRc(rc, CMPI_RC_OK);
-    world.paths.push_back(std::move(p));
-    return &world.paths.back()->h;
+    return &p->h;
 }
 
 // -- instances
@@ -193,16 +179,13 @@ inline CMPIData instGet(const CMPIInstance* ci, const char* name, CMPIStatus* rc
         world.nextGetPropertyRc = CMPI_RC_OK;
         return CMPIData{};
     }
-    std::vector<std::pair<std::string, CMPIData>> list(self<Inst>(ci)->props.begin(),
-                                                       self<Inst>(ci)->props.end());
-    return lookup(list, name, rc);
+    return lookup(self<Inst>(ci)->props, name, rc);
 }
 inline CMPIObjectPath* instPath(const CMPIInstance* ci, CMPIStatus* rc) {
     setRc(rc, CMPI_RC_OK);
     return &self<Inst>(ci)->path->h;
 }
 inline CMPIStatus instFilter(CMPIInstance* ci, const char**, const char** keys) {
-    self<Inst>(ci)->filtered = true;
     self<Inst>(ci)->keysSeen = keys;
     return st(CMPI_RC_OK);
 }
@@ -216,12 +199,9 @@ inline CMPIInstanceFT instFT = [] {
     return ft;
 }();
 inline CMPIInstance* newInst(const CMPIBroker*, const CMPIObjectPath* op, CMPIStatus* rc) {
-    auto i = std::make_unique<Inst>();
-    i->h = {i.get(), &instFT};
+    Inst* i = world.lastInst = make<Inst>(&instFT, rc);
     i->path = self<Path>(op);
-    setRc(rc, CMPI_RC_OK);
-    world.insts.push_back(std::move(i));
-    return &world.insts.back()->h;
+    return &i->h;
 }
 
 // -- arrays
@@ -252,17 +232,13 @@ inline CMPIStatus arrSet(CMPIArray* a, CMPICount i, const CMPIValue* v, CMPIType
 }
 inline CMPIArrayFT arrFT = {1, nullptr, nullptr, arrSize, arrType, arrGet, arrSet};
 inline CMPIArray* newArray(const CMPIBroker*, CMPICount max, CMPIType type, CMPIStatus* rc) {
-    auto a = std::make_unique<Arr>();
-    a->h = {a.get(), &arrFT};
+    Arr* a = make<Arr>(&arrFT, rc);
     a->type = type;
-    a->elems.resize(max);
-    for (auto& e : a->elems) {
-        e.type = type;
-        e.state = CMPI_nullValue;
-    }
-    setRc(rc, CMPI_RC_OK);
-    world.arrays.push_back(std::move(a));
-    return &world.arrays.back()->h;
+    CMPIData null{};
+    null.type = type;
+    null.state = CMPI_nullValue;
+    a->elems.assign(max, null);
+    return &a->h;
 }
 
 // -- args
@@ -274,18 +250,8 @@ inline CMPIStatus argsAdd(const CMPIArgs* a, const char* name, const CMPIValue* 
 inline CMPIData argsGet(const CMPIArgs* a, const char* name, CMPIStatus* rc) {
     return lookup(self<Args>(a)->args, name, rc);
 }
-inline CMPICount argsCount(const CMPIArgs* a, CMPIStatus* rc) {
-    setRc(rc, CMPI_RC_OK);
-    return static_cast<CMPICount>(self<Args>(a)->args.size());
-}
-inline CMPIArgsFT argsFT = {1, nullptr, nullptr, argsAdd, argsGet, nullptr, argsCount};
-inline CMPIArgs* newArgs(const CMPIBroker*, CMPIStatus* rc) {
-    auto a = std::make_unique<Args>();
-    a->h = {a.get(), &argsFT};
-    setRc(rc, CMPI_RC_OK);
-    world.args.push_back(std::move(a));
-    return &world.args.back()->h;
-}
+inline CMPIArgsFT argsFT = {1, nullptr, nullptr, argsAdd, argsGet, nullptr, nullptr};
+inline CMPIArgs* newArgs(const CMPIBroker*, CMPIStatus* rc) { return &make<Args>(&argsFT, rc)->h; }
 
 // -- results
 inline CMPIStatus resData(const CMPIResult* r, const CMPIValue* v, const CMPIType type) {
@@ -308,50 +274,18 @@ inline CMPIStatus resDone(const CMPIResult* r) {
 }
 inline CMPIResultFT resultFT = {1, nullptr, nullptr, resData, nullptr, resPath, resDone, nullptr};
 
-// -- contexts and thread attachment
-inline CMPIData ctxEntry(const CMPIContext*, const char* name, CMPIStatus* rc) {
+// -- contexts (with no entries) and thread attachment
+inline CMPIData ctxEntry(const CMPIContext*, const char*, CMPIStatus* rc) {
     CMPIData d{};
-    if (strcmp(name, "CMPIInvocationFlags") == 0) {
-        d.type = CMPI_uint32;
-        d.value.uint32 = 8;
-        setRc(rc, CMPI_RC_OK);
-    } else {
-        d.state = CMPI_notFound;
-        setRc(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);  // as sfcb reports a missing entry
-    }
+    d.state = CMPI_notFound;
+    setRc(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);  // as sfcb reports a missing entry
     return d;
 }
 inline CMPIContextFT ctxFT = {1, nullptr, nullptr, ctxEntry, nullptr, nullptr, nullptr};
-inline CMPIContext* newCtx() {
-    auto c = std::make_unique<Ctx>();
-    c->h = {c.get(), &ctxFT};
-    world.contexts.push_back(std::move(c));
-    return &world.contexts.back()->h;
-}
-inline CMPIContext* prepareAttach(const CMPIBroker*, const CMPIContext*) { return newCtx(); }
-inline CMPIStatus attach(const CMPIBroker*, const CMPIContext*) { return st(CMPI_RC_OK); }
-inline CMPIStatus detach(const CMPIBroker*, const CMPIContext*) {
-    ++world.detachCalls;
-    return st(world.detachRc);
-}
+inline CMPIContext* newCtx() { return &make<Ctx>(&ctxFT, nullptr)->h; }
+inline CMPIStatus detach(const CMPIBroker*, const CMPIContext*) { return st(world.detachRc); }
 
-// Class hierarchy for classPathIsA: Child_Class is a Base_Class.
-inline CMPIBoolean classPathIsA(const CMPIBroker*, const CMPIObjectPath* op, const char* type,
-                                CMPIStatus* rc) {
-    setRc(rc, CMPI_RC_OK);
-    const std::string& cls = self<Path>(op)->cls;
-    if (strcasecmp(cls.c_str(), type) == 0) return 1;
-    return strcasecmp(cls.c_str(), "Child_Class") == 0 && strcasecmp(type, "Base_Class") == 0;
-}
-
-// OS services: only thread creation and keys, like a broker with gaps.
-inline void* newThread(void* (*start)(void*), void* parm, int) {
-    pthread_t t;
-    return pthread_create(&t, nullptr, start, parm) == 0 ? reinterpret_cast<void*>(t) : nullptr;
-}
-inline int joinThread(void* t, void** ret) {
-    return pthread_join(reinterpret_cast<pthread_t>(t), ret);
-}
+// OS services: only thread keys, like a broker with gaps.
 inline int createKey(CMPI_THREAD_KEY_TYPE* key, void (*)(void*)) {
     unsigned int k = 7;
     std::memcpy(key, &k, sizeof k);  // writes only 4 bytes, as sfcb does
@@ -361,8 +295,6 @@ inline int createKey(CMPI_THREAD_KEY_TYPE* key, void (*)(void*)) {
 inline CMPIBrokerFT bft = [] {
     CMPIBrokerFT ft{};
     ft.brokerName = "fake";
-    ft.prepareAttachThread = prepareAttach;
-    ft.attachThread = attach;
     ft.detachThread = detach;
     return ft;
 }();
@@ -374,14 +306,11 @@ inline CMPIBrokerEncFT eft = [] {
     ft.newArgs = newArgs;
     ft.newString = newString;
     ft.newArray = newArray;
-    ft.classPathIsA = classPathIsA;
     return ft;
 }();
 inline CMPIBrokerExtFT xft = [] {
     CMPIBrokerExtFT ft{};
     ft.ftVersion = 200;
-    ft.newThread = newThread;
-    ft.joinThread = joinThread;
     ft.createThreadKey = createKey;
     return ft;
 }();

@@ -1,6 +1,7 @@
-// Value classes of the C++ binding against a fake broker: type codes and
-// conversions of CmpiData, statuses, strings, paths, instances, args, arrays
-// and the broker's thread services.
+// Value classes of the C++ binding against a fake broker that behaves as
+// sfcb does where our own broker is kinder: garbage behind null and missing
+// values, chars stored as strings, half-written thread keys, services left
+// out. The provider tests cover the ordinary paths through our broker.
 
 #include <gtest/gtest.h>
 
@@ -82,15 +83,10 @@ TEST(BindingData, ConstructorsPickTheCmpiType) {
     EXPECT_FALSE(CmpiData(0).isNullValue());
     EXPECT_TRUE(CmpiData(static_cast<const char*>(nullptr)).isNullValue());
     EXPECT_TRUE(CmpiData(CmpiString()).isNullValue());
-    EXPECT_EQ(1, static_cast<unsigned char>(CmpiTrue));
-    EXPECT_EQ(0, static_cast<unsigned char>(CmpiFalse));
 }
 
 TEST(BindingData, ConversionsAcceptOnlyTheMatchingType) {
     EXPECT_EQ(-3, static_cast<CMPISint32>(CmpiData(-3)));
-    EXPECT_EQ(-4LL, static_cast<CMPISint64>(CmpiData(-4LL)));
-    EXPECT_EQ(8ULL, static_cast<CMPIUint64>(CmpiData(8ULL)));
-    EXPECT_EQ(2.5, static_cast<CMPIReal64>(CmpiData(2.5)));
     // unsigned char takes uint8 and boolean; unsigned short takes uint16 and char16.
     EXPECT_EQ(5, static_cast<unsigned char>(CmpiData(static_cast<unsigned char>(5))));
     EXPECT_EQ(65, static_cast<unsigned short>(CmpiCharData(65)));
@@ -115,8 +111,6 @@ TEST(BindingData, ConversionsAcceptOnlyTheMatchingType) {
 TEST_F(Binding, StatusAndStringsUseBrokerStrings) {
     const char text[] = "adapter missing";
     CmpiStatus s(CMPI_RC_ERR_NOT_FOUND, text);
-    EXPECT_EQ(CMPI_RC_ERR_NOT_FOUND, s.rc());
-    ASSERT_NE(nullptr, s.msg());
     EXPECT_STREQ(text, s.msg());
     EXPECT_NE(text, s.msg());  // a broker copy, not the caller's buffer
     EXPECT_EQ(nullptr, CmpiStatus(CMPI_RC_OK).msg());
@@ -128,9 +122,6 @@ TEST_F(Binding, StatusAndStringsUseBrokerStrings) {
     CmpiString copy(name);
     EXPECT_EQ(before + 1, fake::world.newStringCalls);
     EXPECT_NE(name.charPtr(), copy.charPtr());
-    EXPECT_TRUE(copy.equals("Base_Class"));
-    EXPECT_TRUE(copy.equalsIgnoreCase("base_class"));
-    EXPECT_FALSE(copy.equals("base_class"));
     CmpiString assigned;
     assigned = name;
     EXPECT_EQ(before + 1, fake::world.newStringCalls);
@@ -138,31 +129,27 @@ TEST_F(Binding, StatusAndStringsUseBrokerStrings) {
 
     CmpiString null;
     EXPECT_EQ(nullptr, null.charPtr());
-    EXPECT_TRUE(null.equals(static_cast<const char*>(nullptr)));
-    EXPECT_FALSE(null.equals("x"));
     EXPECT_FALSE(copy.equals(null));
 }
 
-TEST_F(Binding, ObjectPathKeysAndClassTest) {
+TEST_F(Binding, LookupsThatMissAndSlotsLeftEmpty) {
     CmpiObjectPath op("root/veltra", "Child_Class");
     op.setKey("Name", CmpiData("port-1"));  // CMPI_chars: the char* itself goes to the broker
     op.setKey("Index", CmpiData(7u));
-    EXPECT_EQ(2u, op.getKeyCount());
-    EXPECT_STREQ("port-1", static_cast<const char*>(op.getKey("name")));
-    EXPECT_EQ(7u, static_cast<CMPIUint32>(op.getKey("Index")));
+    EXPECT_STREQ("port-1", static_cast<const char*>(op.getKey("Name")));
     CmpiString keyName;
     EXPECT_EQ(7u, static_cast<CMPIUint32>(op.getKey(1, &keyName)));
     EXPECT_TRUE(keyName.equals("Index"));
     EXPECT_EQ(CMPI_RC_ERR_NOT_FOUND, thrownRc([&] { op.getKey("Missing"); }));
     EXPECT_EQ(CMPI_RC_ERR_NO_SUCH_PROPERTY, thrownRc([&] { op.getKey(5); }));
+    CmpiArgs args;
+    EXPECT_TRUE(args.getArg("Absent").isNotFound());
+    CmpiContext ctx(fake::newCtx());
+    EXPECT_EQ(CMPI_RC_ERR_NO_SUCH_PROPERTY, thrownRc([&] { ctx.getEntry("CMPIRole"); }));
 
-    EXPECT_TRUE(op.classPathIsA("Base_Class"));
-    EXPECT_TRUE(op.classPathIsA("child_class"));
-    EXPECT_FALSE(op.classPathIsA("Other_Class"));
-    op.setNameSpace(CmpiString(op.getClassName()));
-    EXPECT_TRUE(op.getNameSpace().equals("Child_Class"));
     // Slots the broker leaves empty and empty wrappers fail without crashing.
     EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, thrownRc([&] { op.setHostname("h"); }));
+    EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, thrownRc([&] { args.getArg(0); }));  // no getArgAt
     CmpiObjectPath empty(static_cast<const CMPIObjectPath*>(nullptr));
     EXPECT_TRUE(CmpiData(empty).isNullValue());
     EXPECT_EQ(CMPI_RC_ERR_INVALID_HANDLE, thrownRc([&] { empty.getClassName(); }));
@@ -171,11 +158,7 @@ TEST_F(Binding, ObjectPathKeysAndClassTest) {
 TEST_F(Binding, InstancePropertiesFilterAndFaults) {
     CmpiObjectPath op("root/veltra", "Child_Class");
     CmpiInstance inst(op);
-    inst.setProperty("Model", CmpiData("VT-2000"));
     inst.setProperty("Speed", CmpiData(16ULL));
-    EXPECT_STREQ("VT-2000", static_cast<const char*>(inst.getProperty("Model")));
-    EXPECT_EQ(16ULL, static_cast<CMPIUint64>(inst.getProperty("Speed")));
-    EXPECT_TRUE(inst.instanceIsA("Base_Class"));
 
     // A missing property is tolerated and never exposes the broker's garbage.
     CmpiData missing = inst.getProperty("Nope");
@@ -183,8 +166,6 @@ TEST_F(Binding, InstancePropertiesFilterAndFaults) {
     EXPECT_EQ(nullptr, static_cast<const char*>(missing));
     inst.setProperty("Alias", CmpiData(CmpiString()));  // a null string value
     EXPECT_EQ(nullptr, static_cast<const char*>(inst.getProperty("Alias")));
-    EXPECT_TRUE(static_cast<CmpiString>(inst.getProperty("Alias"))
-                    .equals(static_cast<const char*>(nullptr)));
     // Other failures throw; without a broker message the property name is used.
     fake::world.nextGetPropertyRc = CMPI_RC_ERR_FAILED;
     try {
@@ -198,8 +179,7 @@ TEST_F(Binding, InstancePropertiesFilterAndFaults) {
     // NULL keys reach the broker as an empty list, never as NULL.
     const char* props[] = {"Model", nullptr};
     inst.setPropertyFilter(props, nullptr);
-    fake::Inst* fi = fake::world.insts.back().get();
-    EXPECT_TRUE(fi->filtered);
+    fake::Inst* fi = fake::world.lastInst;
     ASSERT_NE(nullptr, fi->keysSeen);
     EXPECT_EQ(nullptr, fi->keysSeen[0]);
 
@@ -209,24 +189,8 @@ TEST_F(Binding, InstancePropertiesFilterAndFaults) {
     EXPECT_TRUE(fi->props["Alias"].state & CMPI_nullValue);
 }
 
-TEST_F(Binding, ArgsAndContext) {
-    CmpiArgs args;
-    args.setArg("ReturnCode", CmpiData(4096u));
-    args.setArg("Text", CmpiData("done"));
-    EXPECT_EQ(2u, args.getArgCount());
-    EXPECT_EQ(4096u, static_cast<CMPIUint32>(args.getArg("ReturnCode")));
-    EXPECT_STREQ("done", static_cast<const char*>(args.getArg("Text")));
-    EXPECT_TRUE(args.getArg("Absent").isNotFound());
-    EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, thrownRc([&] { args.getArg(0); }));  // no getArgAt
-
-    CmpiContext ctx(fake::newCtx());
-    EXPECT_EQ(8u, static_cast<CMPIUint32>(ctx.getEntry(CmpiContext::invocationFlags)));
-    EXPECT_EQ(CMPI_RC_ERR_NO_SUCH_PROPERTY, thrownRc([&] { ctx.getEntry("CMPIRole"); }));
-}
-
 TEST_F(Binding, ArraysCheckElementTypes) {
     CmpiArray arr(3, CMPI_uint32);
-    EXPECT_EQ(3u, arr.size());
     EXPECT_EQ(0u, CmpiArray().size());
     arr[0] = CmpiData(10u);
     arr[2] = CmpiData(30u);
@@ -244,23 +208,8 @@ TEST_F(Binding, ArraysCheckElementTypes) {
     EXPECT_TRUE(CmpiData(CmpiArray()).isNullValue());
 }
 
-namespace {
-void* threadBody(void* p) {
-    *static_cast<int*>(p) += 1;
-    return p;
-}
-}  // namespace
-
-TEST_F(Binding, BrokerThreadServicesAndAttachment) {
+TEST_F(Binding, BrokerServicesAnsweringBadly) {
     CmpiBroker mb(&fake::broker);
-    int counter = 41;
-    CMPI_THREAD_TYPE t = mb.newThread(threadBody, &counter, 0);
-    ASSERT_NE(nullptr, t);
-    void* ret = nullptr;
-    EXPECT_EQ(0, mb.joinThread(t, &ret));
-    EXPECT_EQ(&counter, ret);
-    EXPECT_EQ(42, counter);
-
     CMPI_THREAD_KEY_TYPE key = ~0UL;  // the broker writes only 4 bytes
     EXPECT_EQ(0, mb.createThreadKey(&key, nullptr));
     EXPECT_EQ(7UL, key);
@@ -271,19 +220,13 @@ TEST_F(Binding, BrokerThreadServicesAndAttachment) {
     EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, thrownRc([&] { mb.signalCondition(nullptr); }));
     CMPIBroker noExt = {nullptr, &fake::bft, &fake::eft, nullptr, nullptr};
     EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED,
-              thrownRc([&] { CmpiBroker(&noExt).newThread(threadBody, &counter, 1); }));
-
+              thrownRc([&] { CmpiBroker(&noExt).newThread(nullptr, nullptr, 1); }));
     CmpiContext ctx(fake::newCtx());
-    CmpiContext threadCtx = mb.prepareAttachThread(ctx);
-    EXPECT_FALSE(threadCtx.isNull());
-    EXPECT_NE(ctx.getEnc(), threadCtx.getEnc());
-    mb.attachThread(threadCtx);
-    mb.detachThread(threadCtx);
-    EXPECT_EQ(1, fake::world.detachCalls);
-    fake::world.detachRc = CMPI_RC_ERR_FAILED;
-    EXPECT_EQ(CMPI_RC_ERR_FAILED, thrownRc([&] { mb.detachThread(threadCtx); }));
-
     CmpiObjectPath op("root/veltra", "Base_Class");
     EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, thrownRc([&] { mb.getProperty(ctx, op, "x"); }));
     EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, thrownRc([&] { mb.enumInstanceNames(ctx, op); }));
+
+    // A failed detach reaches the caller.
+    fake::world.detachRc = CMPI_RC_ERR_FAILED;
+    EXPECT_EQ(CMPI_RC_ERR_FAILED, thrownRc([&] { mb.detachThread(ctx); }));
 }
