@@ -1,7 +1,7 @@
 // The simulated library's host model and adapter tree: descriptions load
 // with defaults or fail with a message naming the problem, VPD images are
 // built and parsed, and the tree is refreshed in place or swapped for a
-// backup built beside it.
+// backup built beside it. The adapter family's identifier table comes first.
 #include "sim_internal.h"
 #include "vtapi.h"
 #include "vtapi_family.h"
@@ -20,6 +20,59 @@
 #include <vector>
 
 namespace {
+
+TEST(Family, LookupsGroupsAndUnknownIds) {
+    int members[3] = {}, tamarind = 0, juniper = 0, cobalt = 0;
+    const uint16_t V = VTAPI_FAMILY_VENDOR_ID;
+    for (const auto& c : vtapi_family_chips) {
+        EXPECT_EQ(vtapi_family_chip_type(c.device_id), c.chip_type);
+        EXPECT_EQ(vtapi_family_find(c.device_id), &c);
+        // 4 Gb family members ignore bit 4; PCI Express members are older chips.
+        int m = vtapi_family_4gb_member(c.device_id);
+        ++members[m];
+        if (m) {
+            EXPECT_EQ(vtapi_family_4gb_member(c.device_id ^ 0x10), m);
+        }
+        if (vtapi_family_is_pcie_legacy(c.device_id)) {
+            EXPECT_LT(c.chip_type, 12);
+        }
+        bool t = vtapi_family_in_subfamily(VTAPI_SUBFAMILY_TAMARIND, V, c.device_id);
+        bool j = vtapi_family_in_subfamily(VTAPI_SUBFAMILY_JUNIPER, V, c.device_id);
+        bool k = vtapi_family_in_subfamily(VTAPI_SUBFAMILY_COBALT, V, c.device_id);
+        EXPECT_LE(t + j + k, 1) << std::hex << c.device_id;
+        tamarind += t, juniper += j, cobalt += k;
+        EXPECT_FALSE(vtapi_family_in_subfamily(VTAPI_SUBFAMILY_TAMARIND, V + 1, c.device_id));
+    }
+    EXPECT_GT(members[1], 0);
+    EXPECT_GT(members[2], 0);
+    EXPECT_EQ(tamarind + juniper, 9);
+    EXPECT_EQ(cobalt, 8);
+    EXPECT_EQ(vtapi_family_device_id(25, 9), 0) << "only nine";
+    EXPECT_FALSE(vtapi_family_in_subfamily((vtapi_subfamily_t)7, V, 0x7A90));
+    // Anything outside the table is the 8 Gb chip's type but not the 8 Gb chip.
+    for (uint16_t id : {0x0000, 0xFFFF, 0x7A08, 0x7AFF, 0x2532})
+        EXPECT_EQ(vtapi_family_chip_type(id), 12u) << std::hex << id;
+    EXPECT_FALSE(vtapi_family_is_8gb(0x7AFF));
+    EXPECT_TRUE(vtapi_family_is_8gb(vtapi_family_device_id(12, 1)));
+    EXPECT_EQ(vtapi_family_find(0x7AFF), nullptr);
+}
+
+// The board rows of the class tests cover the matches; these are the near misses.
+TEST(Family, BoardsOfAnotherVendorOrSubfamilyAreNotMatched) {
+    const uint16_t V = VTAPI_FAMILY_VENDOR_ID;
+    const uint16_t tam = vtapi_family_device_id(25, 0);
+    uint16_t jun = 0;
+    for (const auto& c : vtapi_family_chips)
+        if (vtapi_family_in_subfamily(VTAPI_SUBFAMILY_JUNIPER, V, c.device_id)) jun = c.device_id;
+    ASSERT_NE(jun, 0);
+    ASSERT_TRUE(vtapi_family_is_tamarind_16g_board(tam, V, vtapi_tamarind_16g_subsys[0]));
+    ASSERT_TRUE(vtapi_family_is_juniper_32g_board(jun, vtapi_juniper_32g_subsys[0]));
+    EXPECT_FALSE(vtapi_family_is_tamarind_16g_board(tam, V + 1, vtapi_tamarind_16g_subsys[0]));
+    EXPECT_FALSE(vtapi_family_is_tamarind_16g_board(tam, V, vtapi_juniper_16g_subsys[0]));
+    EXPECT_FALSE(vtapi_family_is_tamarind_16g_board(jun, V, vtapi_tamarind_16g_subsys[0]));
+    EXPECT_FALSE(vtapi_family_is_juniper_16g_board(tam, vtapi_juniper_16g_subsys[0]));
+    EXPECT_FALSE(vtapi_family_is_juniper_32g_board(jun, vtapi_juniper_16g_subsys[0]));
+}
 
 // The simulated library's adapter tree: descriptions come out as records with
 // the values given and defaults for the rest, null lists stay null, records
