@@ -182,7 +182,6 @@ TEST_F(Cli, FailuresExitOneWithTheCodeName) {
         const char* err;  // the start of standard error
     } cases[] = {
         {{"gi", "Fix_Item.Id=\"zz\""}, "CMPI_RC_ERR_NOT_FOUND: no item zz\n"},
-        {{"cm", "Fix_Item.Id=\"a\"", "Kept"}, "CMPI_RC_ERR_NOT_FOUND: nothing kept\n"},
         {{"gi", "Fix_Item.Id=\"undeclared\""}, "CMPI_RC_ERR_FAILED: strict: Fix_Item has no property Foo\n"},
         {{"mi", "Fix_Item.Id=\"a\"", "Colour=red"}, "CMPI_RC_ERR_NO_SUCH_PROPERTY: "},
         {{"mi", "Fix_Item.Id=\"a\"", "Count=lots"}, "CMPI_RC_ERR_INVALID_PARAMETER: Count"},
