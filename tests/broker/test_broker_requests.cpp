@@ -100,15 +100,15 @@ TEST_F(BrokerRequests, MethodArgumentsAreTypedFromTheDeclaration) {
     ASSERT_TRUE(st.ok()) << st.msg;
     EXPECT_EQ(r.returnValue.type, CMPI_uint32);
     EXPECT_EQ(r.returnValue.n.u, 5u);
-    ASSERT_EQ(r.out.size(), 5u);  // in the order the provider added them (reversed)
-    EXPECT_EQ(r.out[0].name, "When");
-    EXPECT_EQ(r.out[0].value.type, CMPI_uint64);
-    EXPECT_EQ(r.out[2].value.type, CMPI_sint16A);
-    EXPECT_EQ(r.out[2].value.toCimString(), "1,-2,3");
-    EXPECT_EQ(r.out[3].value.type, CMPI_boolean);
-    EXPECT_EQ(r.out[3].value.n.u, 1u);
-    EXPECT_EQ(r.out[4].value.type, CMPI_uint32);
-    EXPECT_EQ(r.out[4].value.n.u, 42u);
+    std::vector<std::string> out;  // "name type value", in the order the provider added them
+    for (const Property& p : r.out)
+        out.push_back(p.name + " " + std::to_string(p.value.type) + " " + p.value.toCimString());
+    auto t = [](const char* name, CMPIType type, const char* value) {
+        return std::string(name) + " " + std::to_string(type) + " " + value;
+    };
+    EXPECT_EQ(out, (std::vector<std::string>{t("When", CMPI_uint64, "5"), t("Text", CMPI_string, "hi"),
+                                             t("Values", CMPI_sint16A, "1,-2,3"), t("Flag", CMPI_boolean, "TRUE"),
+                                             t("Value", CMPI_uint32, "42")}));
 
     st = invoke("Echo", {{"Bogus", Value::string("1")}}, r);
     EXPECT_EQ(st.rc, CMPI_RC_ERR_INVALID_PARAMETER);
@@ -197,9 +197,6 @@ TEST(BrokerChecks, KeysNamespacesAndTheSwitch) {
     Status st = b.getInstance(p, nullptr, got);
     EXPECT_EQ(st.rc, CMPI_RC_ERR_INVALID_PARAMETER);
     EXPECT_EQ(st.msg, "key Fix_Item.Id is of type string, not integer");
-    p.keys[0].value = Value::nullOf(CMPI_string);
-    p.setKey("Count", Value::uint(CMPI_uint32, 1));  // declared, but not a key
-    EXPECT_EQ(b.getInstance(p, nullptr, got).msg, "Count is not a key of class Fix_Item");
 
     o = fixture::options("full");
     o.checkRequests = false;
