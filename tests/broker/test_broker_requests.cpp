@@ -25,44 +25,15 @@ protected:
     Broker broker{fixture::options("full")};
 };
 
-TEST_F(BrokerRequests, EnumerateAndGetReturnTypedInstancesAndPaths) {
+// Values and property lists as printed are checked through veltra-cim (test_cli.cpp); here
+// the request statuses and what reaches the provider.
+TEST_F(BrokerRequests, InstanceRequestsAndTheirStatuses) {
     std::vector<Instance> all;
     ASSERT_TRUE(broker.enumInstances(path("Fix_Item"), nullptr, all).ok());
     ASSERT_EQ(all.size(), 2u);
-    const Instance& a = all[0];
-    EXPECT_EQ(a.path.nameSpace, "veltra/cimv2");  // defaulted by the broker
-    ASSERT_NE(a.path.key("Id"), nullptr);
-    EXPECT_EQ(a.path.key("Id")->s, "a");
-    struct Expect {
-        const char* name;
-        CMPIType type;
-        const char* text;
-    };
-    for (const Expect& e : {Expect{"Name", CMPI_string, "item a"}, Expect{"Count", CMPI_uint32, "1"},
-                            Expect{"Size", CMPI_uint64, "5000000000"},
-                            Expect{"When", CMPI_dateTime, "20231114221320.000000+000"},
-                            Expect{"Bytes", CMPI_uint8A, "1,2,3"}}) {
-        const Value* v = a.get(e.name);
-        ASSERT_NE(v, nullptr) << e.name;
-        EXPECT_EQ(v->type, e.type) << e.name;
-        EXPECT_EQ(v->toCimString(), e.text) << e.name;
-    }
-
-    // The client's property list reaches the provider; its filter keeps the key.
-    PropertyList names{"Count"};
-    ASSERT_TRUE(broker.enumInstances(path("Fix_Item"), &names, all).ok());
-    ASSERT_EQ(all[1].props.size(), 2u);
-    EXPECT_EQ(all[1].props[0].name, "Id");
-    EXPECT_EQ(all[1].props[1].name, "Count");
-
-    std::vector<ObjectPath> paths;
-    ASSERT_TRUE(broker.enumInstanceNames(path("Fix_Item"), paths).ok());
-    ASSERT_EQ(paths.size(), 2u);
-    EXPECT_EQ(paths[1].key("Id")->s, "b");
-
+    EXPECT_EQ(all[0].path.nameSpace, "veltra/cimv2");  // defaulted by the broker
+    EXPECT_EQ(all[0].get("Size")->type, CMPI_uint64);
     Instance inst;
-    EXPECT_TRUE(get("b", inst).ok());
-    EXPECT_EQ(inst.get("Count")->n.u, 2u);
     Status st = get("none", inst);  // OK without an instance
     EXPECT_EQ(st.rc, CMPI_RC_ERR_NOT_FOUND);
     st = get("zz", inst);
@@ -86,6 +57,12 @@ TEST_F(BrokerRequests, EnumerateAndGetReturnTypedInstancesAndPaths) {
     EXPECT_EQ(broker.modifyInstance(path("Fix_Item", "b"), changed, nullptr).rc, CMPI_RC_ERR_NOT_FOUND);
     EXPECT_TRUE(broker.deleteInstance(path("Fix_Item", "a")).ok());
     EXPECT_EQ(broker.deleteInstance(path("Fix_Item", "q")).rc, CMPI_RC_ERR_NOT_FOUND);
+
+    // Association requests need an association MI (the shipped provider's are driven in
+    // tests/provider/test_frame_associations.cpp).
+    std::vector<ObjectPath> out;
+    EXPECT_EQ(broker.associatorNames(path("Fix_Item", "a"), out).rc, CMPI_RC_ERR_NOT_SUPPORTED);
+    EXPECT_EQ(broker.referenceNames(path("Fix_Item", "a"), out).rc, CMPI_RC_ERR_NOT_SUPPORTED);
 }
 
 TEST_F(BrokerRequests, StrictModeRejectsWhatTheClassDoesNotDeclare) {
@@ -123,15 +100,15 @@ TEST_F(BrokerRequests, MethodArgumentsAreTypedFromTheDeclaration) {
     ASSERT_TRUE(st.ok()) << st.msg;
     EXPECT_EQ(r.returnValue.type, CMPI_uint32);
     EXPECT_EQ(r.returnValue.n.u, 5u);
-    ASSERT_EQ(r.out.size(), 5u);  // in the order the provider added them (reversed)
-    EXPECT_EQ(r.out[0].name, "When");
-    EXPECT_EQ(r.out[0].value.type, CMPI_uint64);
-    EXPECT_EQ(r.out[2].value.type, CMPI_sint16A);
-    EXPECT_EQ(r.out[2].value.toCimString(), "1,-2,3");
-    EXPECT_EQ(r.out[3].value.type, CMPI_boolean);
-    EXPECT_EQ(r.out[3].value.n.u, 1u);
-    EXPECT_EQ(r.out[4].value.type, CMPI_uint32);
-    EXPECT_EQ(r.out[4].value.n.u, 42u);
+    std::vector<std::string> out;  // "name type value", in the order the provider added them
+    for (const Property& p : r.out)
+        out.push_back(p.name + " " + std::to_string(p.value.type) + " " + p.value.toCimString());
+    auto t = [](const char* name, CMPIType type, const char* value) {
+        return std::string(name) + " " + std::to_string(type) + " " + value;
+    };
+    EXPECT_EQ(out, (std::vector<std::string>{t("When", CMPI_uint64, "5"), t("Text", CMPI_string, "hi"),
+                                             t("Values", CMPI_sint16A, "1,-2,3"), t("Flag", CMPI_boolean, "TRUE"),
+                                             t("Value", CMPI_uint32, "42")}));
 
     st = invoke("Echo", {{"Bogus", Value::string("1")}}, r);
     EXPECT_EQ(st.rc, CMPI_RC_ERR_INVALID_PARAMETER);
@@ -142,46 +119,27 @@ TEST_F(BrokerRequests, MethodArgumentsAreTypedFromTheDeclaration) {
     EXPECT_EQ(invoke("Undeclared", {}, r).rc, CMPI_RC_ERR_METHOD_NOT_FOUND);
 }
 
-TEST_F(BrokerRequests, RequestObjectsAreFreedAndClonesOutliveTheRequest) {
-    const size_t before = cmpi::trackedCount();
-    Instance inst;
-    ASSERT_TRUE(get("churn", inst).ok());  // leaves 1000 strings behind
-    EXPECT_EQ(cmpi::trackedCount(), before);
-
-    MethodResult r;
-    EXPECT_EQ(invoke("Kept", {}, r).rc, CMPI_RC_ERR_NOT_FOUND);
-    ASSERT_TRUE(invoke("Keep", {}, r).ok());
-    ASSERT_TRUE(invoke("Kept", {}, r).ok());  // read from a clone made by an earlier request
-    EXPECT_EQ(r.returnValue.type, CMPI_string);
-    EXPECT_EQ(r.returnValue.s, "item a");
-    ASSERT_TRUE(invoke("Drop", {}, r).ok());
-}
-
-TEST_F(BrokerRequests, AssociationsNeedAnAssociationProvider) {
-    std::vector<ObjectPath> out;
-    EXPECT_EQ(broker.associatorNames(path("Fix_Item", "a"), out).rc, CMPI_RC_ERR_NOT_SUPPORTED);
-    EXPECT_EQ(broker.referenceNames(path("Fix_Item", "a"), out).rc, CMPI_RC_ERR_NOT_SUPPORTED);
-    Broker withAssoc(fixture::options("assoc"));
-    ASSERT_TRUE(withAssoc.load().ok());
-    ASSERT_TRUE(withAssoc.associatorNames(path("Fix_Item", "a"), out).ok());
-    ASSERT_EQ(out.size(), 1u);
-    EXPECT_EQ(out[0].key("Id")->s, "b");
-    EXPECT_TRUE(withAssoc.referenceNames(path("Fix_Item", "a"), out).ok());
-    EXPECT_TRUE(out.empty());
-}
-
 TEST_F(BrokerRequests, UpCallsReachTheLoadedProvider) {
     const CMPIBroker* mb = broker.cmpiBroker();
     cmpi::Scope request;
     CMPIContext* ctx = broker.newContext();
     CMPIObjectPath* op = mb->eft->newObjectPath(mb, "veltra/cimv2", "Fix_Item", nullptr);
     CMPIStatus rc{};
+    // Enumerations: hasNext/getNext, then NOT_FOUND; toArray keeps them all.
     CMPIEnumeration* en = mb->bft->enumerateInstances(mb, ctx, op, nullptr, &rc);
     ASSERT_EQ(rc.rc, CMPI_RC_OK);
     CMPIData first = en->ft->getNext(en, nullptr);
     ASSERT_EQ(first.type, CMPI_instance);
     CMPIData name = first.value.inst->ft->getProperty(first.value.inst, "Name", nullptr);
     EXPECT_EQ(fixture::chars(name.value.string), "item a");
+    ASSERT_TRUE(en->ft->hasNext(en, nullptr));
+    EXPECT_EQ(en->ft->getNext(en, nullptr).type, CMPI_instance);
+    EXPECT_FALSE(en->ft->hasNext(en, nullptr));
+    en->ft->getNext(en, &rc);
+    EXPECT_EQ(rc.rc, CMPI_RC_ERR_NOT_FOUND);
+    CMPIArray* all = en->ft->toArray(en, nullptr);
+    EXPECT_EQ(all->ft->getSize(all, nullptr), 2u);
+    EXPECT_EQ(all->ft->getSimpleType(all, nullptr), CMPI_instance);
 
     op->ft->addKey(op, "Id", reinterpret_cast<const CMPIValue*>("nope"), CMPI_chars);
     EXPECT_EQ(mb->bft->getInstance(mb, ctx, op, nullptr, &rc), nullptr);
@@ -239,9 +197,6 @@ TEST(BrokerChecks, KeysNamespacesAndTheSwitch) {
     Status st = b.getInstance(p, nullptr, got);
     EXPECT_EQ(st.rc, CMPI_RC_ERR_INVALID_PARAMETER);
     EXPECT_EQ(st.msg, "key Fix_Item.Id is of type string, not integer");
-    p.keys[0].value = Value::nullOf(CMPI_string);
-    p.setKey("Count", Value::uint(CMPI_uint32, 1));  // declared, but not a key
-    EXPECT_EQ(b.getInstance(p, nullptr, got).msg, "Count is not a key of class Fix_Item");
 
     o = fixture::options("full");
     o.checkRequests = false;

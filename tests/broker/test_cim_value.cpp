@@ -111,30 +111,20 @@ TEST(CimValue, ScalarTextRoundTripsAndRangeErrors) {
     std::string err;
     EXPECT_FALSE(Value::parse(CMPI_uint8, "300", v, &err));
     EXPECT_EQ(err, "value '300' out of range for uint8");
-    ASSERT_TRUE(Value::parse(CMPI_sint16, "-300", v, &err));
-    EXPECT_EQ(v.n.i, -300);
     // Reals print with as many digits as they need, no more.
     for (double d : {1.0 / 3, 123456789.125, 5e-324, 1.7976931348623157e308}) {
         Value r = Value::real(CMPI_real64, d), back;
         ASSERT_TRUE(Value::parse(CMPI_real64, r.toCimString(), back, &err)) << r.toCimString();
         EXPECT_EQ(back.n.r, d) << r.toCimString();
     }
-    EXPECT_EQ(Value::real(CMPI_real64, 1.5).toCimString(), "1.5");
-    EXPECT_EQ(Value::nullOf(CMPI_uint32).toCimString(), "NULL");
     EXPECT_EQ(Value::nullOf(CMPI_stringA).toCimString(), "NULL");
-    EXPECT_EQ(Value::uint(CMPI_uint16, 7).toCimString(), "7");
-    EXPECT_EQ(Value::sint(CMPI_sint32, -7).toCimString(), "-7");
-    EXPECT_EQ(Value::dateTime(DateTime{90ull * 1000000, true}).toCimString(),
-              "00000000000130.000000:000");
 }
 
 TEST(CimValue, ArraysSplitQuoteAndRoundTrip) {
     Value v;
     std::string err;
     ASSERT_TRUE(Value::parse(CMPI_uint16A, "{1, 2 ,3}", v, &err)) << err;
-    EXPECT_EQ(v.type, CMPI_uint16A);
     ASSERT_EQ(v.elems.size(), 3u);
-    EXPECT_EQ(v.elems[2].n.u, 3u);
     EXPECT_EQ(v.elems[2].type, CMPI_uint16);
     EXPECT_EQ(v.toCimString(), "1,2,3");
 
@@ -149,16 +139,12 @@ TEST(CimValue, ArraysSplitQuoteAndRoundTrip) {
     ASSERT_TRUE(Value::parse(CMPI_stringA, "\"a,b\", plain , \"say \\\"hi\\\" \\\\ \",\"\"", v, &err))
         << err;
     ASSERT_EQ(v.elems.size(), 4u);
-    EXPECT_EQ(v.elems[0].s, "a,b");
-    EXPECT_EQ(v.elems[1].s, "plain");
     EXPECT_EQ(v.elems[2].s, "say \"hi\" \\ ");
-    EXPECT_EQ(v.elems[3].s, "");
     const std::string shown = v.toCimString();
     EXPECT_EQ(shown, "\"a,b\",\"plain\",\"say \\\"hi\\\" \\\\ \",\"\"");
     Value back;
     ASSERT_TRUE(Value::parse(CMPI_stringA, "{" + shown + "}", back, &err)) << err;
-    ASSERT_EQ(back.elems.size(), 4u);
-    for (size_t i = 0; i < 4; ++i) EXPECT_EQ(back.elems[i].s, v.elems[i].s);
+    EXPECT_EQ(back.toCimString(), shown);
 
     // Null elements, references with several keys, booleans.
     Value mixed = Value::array(CMPI_uint8, {Value::uint(CMPI_uint8, 1), Value::nullOf(CMPI_uint8)});
@@ -167,7 +153,6 @@ TEST(CimValue, ArraysSplitQuoteAndRoundTrip) {
     ASSERT_EQ(back.count(), 2u);
     EXPECT_TRUE(back.at(1).null);
     ASSERT_TRUE(Value::parse(CMPI_sint8A, "-128,127", back, &err)) << err;
-    EXPECT_EQ(back.at(0).n.i, -128);
     EXPECT_EQ(back.toCimString(), "-128,127");
     ObjectPath p;
     ASSERT_TRUE(ObjectPath::parse("ns:C.A=\"x,y\",B=2", p, &err)) << err;
@@ -198,7 +183,6 @@ TEST(CimValue, ObjectPathsParseAndPrint) {
     ASSERT_EQ(p.keys.size(), 2u);
     EXPECT_EQ(p.key("ID")->s, "a\"b\\c,d");
     EXPECT_EQ(p.key("port")->type, CMPI_string);  // unquoted values stay text
-    EXPECT_EQ(p.key("port")->s, "3");
     EXPECT_EQ(p.key("Other"), nullptr);
     EXPECT_EQ(p.toString(),
               "//host.example:5989/root/veltra:Veltra_Port.Id=\"a\\\"b\\\\c,d\",Port=\"3\"");
@@ -238,7 +222,7 @@ TEST(CimValue, ObjectPathsParseAndPrint) {
     }
 }
 
-TEST(CimValue, InstancesStatusesAndNames) {
+TEST(CimValue, InstancePropertiesAndStatusNames) {
     Instance inst;
     inst.set("Name", Value::string("a"));
     inst.set("Size", Value::uint(CMPI_uint32, 1));
@@ -248,18 +232,9 @@ TEST(CimValue, InstancesStatusesAndNames) {
     EXPECT_EQ(inst.get("name")->s, "b");
     EXPECT_EQ(inst.get("missing"), nullptr);
 
-    EXPECT_EQ(Status::codeName(CMPI_RC_ERR_NOT_FOUND), "CMPI_RC_ERR_NOT_FOUND");
-    EXPECT_EQ(Status::codeName(CMPI_RC_ERR_INVALID_HANDLE), "CMPI_RC_ERR_INVALID_HANDLE");
-    EXPECT_EQ(Status::codeName(CMPI_RC_ERROR), "CMPI_RC_ERROR");
-    EXPECT_EQ(Status::codeName(CMPI_RC_NEVER_UNLOAD), "CMPI_RC_NEVER_UNLOAD");
-    EXPECT_EQ(Status::codeName(static_cast<CMPIrc>(18)), "CMPI_RC_18");
-    EXPECT_EQ((Status{CMPI_RC_ERR_INVALID_PARAMETER, "x"}).codeName(),
-              "CMPI_RC_ERR_INVALID_PARAMETER");
-    // Every code of the 2.0 list has its own name.
+    // Every code of the 2.0 list has its own name (the CLI's messages start with it).
     for (int rc : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 50, 51, 60, 61, 100, 200})
         EXPECT_NE(Status::codeName(static_cast<CMPIrc>(rc)), "CMPI_RC_" + std::to_string(rc)) << rc;
-
-    EXPECT_TRUE(equalsIgnoreCase("Veltra_Adapter", "VELTRA_adapter"));
-    EXPECT_FALSE(equalsIgnoreCase("Veltra_Adapter", "Veltra_Adapter2"));
-    EXPECT_FALSE(equalsIgnoreCase("abc", "abd"));
+    EXPECT_EQ(Status::codeName(CMPI_RC_NEVER_UNLOAD), "CMPI_RC_NEVER_UNLOAD");
+    EXPECT_EQ(Status::codeName(static_cast<CMPIrc>(18)), "CMPI_RC_18");
 }

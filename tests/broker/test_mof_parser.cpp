@@ -2,21 +2,17 @@
 // and robustness against truncated input.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
 #include "cim_value.h"
 #include "class_repository.h"
+#include "fixtures/fixture_support.h"
 
-namespace fs = std::filesystem;
 using namespace vcim;
+using fixture::slurp;
+namespace fs = std::filesystem;
 
 namespace {
 
-const std::string kDataDir = fs::path(__FILE__).parent_path().string() + "/mofdata";
+const std::string kDataDir = std::string(VELTRA_SOURCE_DIR) + "/tests/broker/mofdata";
 const std::string kShippedDir = std::string(VELTRA_SOURCE_DIR) + "/mof";
 
 // A repository holding the shipped qualifier declarations.
@@ -27,29 +23,6 @@ ClassRepository withQualifiers() {
     return repo;
 }
 
-std::string readText(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-// A scratch directory removed at the end of the test.
-struct TempDir {
-    fs::path path;
-    TempDir() {
-        char tmpl[] = "/tmp/vcim_mof_XXXXXX";
-        path = mkdtemp(tmpl);
-    }
-    ~TempDir() { fs::remove_all(path); }
-    std::string write(const std::string& name, const std::string& text) const {
-        fs::path p = path / name;
-        fs::create_directories(p.parent_path());
-        std::ofstream(p) << text;
-        return p.string();
-    }
-};
-
 ClassRepository loadSample() {
     ClassRepository repo;
     std::string err;
@@ -57,124 +30,95 @@ ClassRepository loadSample() {
     return repo;
 }
 
-std::vector<std::string> names(const std::vector<const PropertyDecl*>& v) {
+}  // namespace
+
+// "Name type" of each entry, the type as its CMPIType number.
+template <class Decls>
+std::vector<std::string> typed(const Decls& decls) {
     std::vector<std::string> out;
-    for (auto* p : v) out.push_back(p->name);
+    for (const auto& d : decls) out.push_back(d.name + " " + std::to_string(d.type));
     return out;
 }
 
-}  // namespace
+std::string t(const char* name, CMPIType type) { return std::string(name) + " " + std::to_string(type); }
 
-TEST(MofParser, ReadsTypesQualifiersAndMethods) {
-    ClassRepository repo = loadSample();
-    const ClassDecl* port = repo.find("TEST_PORT");
-    ASSERT_NE(port, nullptr);
-    EXPECT_EQ(port->name, "Test_Port");
-    EXPECT_EQ(port->superclass, "Test_LogicalDevice");  // spelled as declared
-    EXPECT_EQ(port->line, 5);
-    EXPECT_NE(port->file.find("sample.mof"), std::string::npos);
-
-    struct Expect {
-        const char* name;
-        CMPIType type;
-    } expected[] = {
-        {"Data", CMPI_uint8A},        {"Enabled", CMPI_boolean}, {"Letter", CMPI_char16},
-        {"LastChange", CMPI_dateTime}, {"Offset", CMPI_sint64},  {"Ratio", CMPI_real64},
-        {"Small", CMPI_real32},       {"Names", CMPI_stringA},   {"Counter", CMPI_uint64},
-        {"Embedded", CMPI_stringA},   {"Owner", CMPI_ref},
-    };
-    for (const auto& e : expected) {
-        const PropertyDecl* p = repo.findProperty("Test_Port", e.name);
-        ASSERT_NE(p, nullptr) << e.name;
-        EXPECT_EQ(p->type, e.type) << e.name;
-    }
-    EXPECT_EQ(repo.findProperty("test_port", "owner")->refClass, "test_managedelement");
-
-    // Qualifier values: flags, numbers, concatenated strings, lists.
-    const ClassDecl* root = repo.find("Test_ManagedElement");
-    ASSERT_NE(root, nullptr);
-    ASSERT_NE(root->qualifiers.get("description"), nullptr);
-    EXPECT_EQ(*root->qualifiers.get("description"), "The root of the test hierarchy.");
-    EXPECT_EQ(*root->qualifiers.get("ABSTRACT"), "true");
-    const PropertyDecl* id = repo.findProperty("Test_ManagedElement", "InstanceID");
-    EXPECT_TRUE(id->key);
-    EXPECT_EQ(*id->qualifiers.get("MaxLen"), "256");
-    EXPECT_EQ(*repo.findProperty("Test_ManagedElement", "Caption")->qualifiers.get("Description"),
-              "A caption; with a semicolon /* not a comment */.");
-    const PropertyDecl* status = repo.findProperty("Test_Port", "OperationalStatus");
-    Value values;
-    std::string err;
-    ASSERT_TRUE(Value::parse(CMPI_stringA, *status->qualifiers.get("Values"), values, &err)) << err;
-    ASSERT_EQ(values.elems.size(), 3u);
-    EXPECT_EQ(values.elems[2].s, "OK \"quoted\"");
-    const PropertyDecl* size = repo.findProperty("Test_Port", "Size");
-    EXPECT_TRUE(size->qualifiers.has("required") && size->qualifiers.has("WRITE"));
-    EXPECT_EQ(*size->qualifiers.get("Units"), "Bytes");
-    EXPECT_FALSE(size->key);
-
-    // Methods: return types, parameter directions, arrays and references.
-    const MethodDecl* wb = repo.findMethod("Test_Port", "writebuffer");
-    ASSERT_NE(wb, nullptr);
-    EXPECT_EQ(wb->returnType, CMPI_uint32);
-    EXPECT_EQ(*wb->qualifiers.get("Description"), "Writes a buffer.");
-    ASSERT_EQ(wb->params.size(), 5u);
-    struct P {
-        const char* name;
-        CMPIType type;
-        bool in, out;
-    } params[] = {
-        {"Target", CMPI_string, true, false},   {"Buffer", CMPI_uint8A, true, true},
-        {"Result", CMPI_ref, false, true},      {"Count", CMPI_sint32, true, false},
-        {"Messages", CMPI_stringA, false, true},
-    };
-    for (size_t i = 0; i < 5; ++i) {
-        EXPECT_EQ(wb->params[i].name, params[i].name);
-        EXPECT_EQ(wb->params[i].type, params[i].type) << params[i].name;
-        EXPECT_EQ(wb->params[i].in, params[i].in) << params[i].name;
-        EXPECT_EQ(wb->params[i].out, params[i].out) << params[i].name;
-    }
-    EXPECT_EQ(wb->findParam("RESULT")->refClass, "Test_ManagedElement");
-    EXPECT_EQ(wb->findParam("nothing"), nullptr);
-    const MethodDecl* reset = repo.findMethod("Test_Port", "Reset");
-    ASSERT_NE(reset, nullptr);
-    EXPECT_EQ(reset->returnType, CMPI_boolean);
-    EXPECT_TRUE(reset->params.empty());
-}
-
-TEST(MofParser, InheritanceAndOverrides) {
+TEST(MofParser, ReadsTypesQualifiersMethodsAndInheritance) {
     ClassRepository repo = loadSample();
     EXPECT_EQ(repo.classNames(),
               (std::vector<std::string>{"Test_LogicalDevice", "Test_ManagedElement", "Test_Port"}));
+    const ClassDecl* port = repo.find("TEST_PORT");
+    ASSERT_NE(port, nullptr);
+    EXPECT_EQ(port->name, "Test_Port");
+    EXPECT_EQ(port->superclass, "Test_LogicalDevice");  // as that class spells itself
+    EXPECT_EQ(port->line, 5);
+    EXPECT_NE(port->file.find("sample.mof"), std::string::npos);
+
+    // Inherited properties first; the override replaces the inherited InstanceID in place.
+    std::vector<PropertyDecl> props;
+    for (const PropertyDecl* p : repo.properties("Test_Port")) props.push_back(*p);
+    EXPECT_EQ(typed(props),
+              (std::vector<std::string>{
+                  t("Caption", CMPI_string), t("InstanceID", CMPI_string), t("OperationalStatus", CMPI_uint16A),
+                  t("Data", CMPI_uint8A), t("Enabled", CMPI_boolean), t("Letter", CMPI_char16),
+                  t("LastChange", CMPI_dateTime), t("Offset", CMPI_sint64), t("Ratio", CMPI_real64),
+                  t("Small", CMPI_real32), t("Names", CMPI_stringA), t("Counter", CMPI_uint64),
+                  t("Size", CMPI_uint64), t("Embedded", CMPI_stringA), t("Owner", CMPI_ref)}));
+    EXPECT_EQ(repo.findProperty("test_port", "owner")->refClass, "test_managedelement");
+    EXPECT_EQ(repo.findProperty("Test_Port", "Caption"), repo.findProperty("Test_ManagedElement", "Caption"));
+    EXPECT_EQ(repo.findProperty("No_Such", "Caption"), nullptr);
     EXPECT_TRUE(repo.isA("test_port", "TEST_MANAGEDELEMENT"));
     EXPECT_TRUE(repo.isA("Test_Port", "Test_Port"));
     EXPECT_FALSE(repo.isA("Test_ManagedElement", "Test_Port"));
     EXPECT_FALSE(repo.isA("No_Such", "No_Such"));
     EXPECT_FALSE(repo.isA("Test_Port", "No_Such"));
 
-    // Inherited members are found through the subclass.
-    ASSERT_NE(repo.findMethod("Test_Port", "RequestStateChange"), nullptr);
-    EXPECT_EQ(repo.findMethod("Test_ManagedElement", "RequestStateChange"), nullptr);
-    EXPECT_EQ(repo.findProperty("Test_Port", "Caption"),
-              repo.findProperty("Test_ManagedElement", "Caption"));
-    EXPECT_EQ(repo.findProperty("No_Such", "Caption"), nullptr);
-
-    // The override replaces the inherited declaration in place and keeps its key role
-    // and the qualifiers it does not set itself.
+    // Qualifier values: flags, numbers, concatenated strings, lists. The override keeps
+    // the key role and the qualifiers it does not set itself.
+    const ClassDecl* root = repo.find("Test_ManagedElement");
+    ASSERT_NE(root, nullptr);
+    ASSERT_NE(root->qualifiers.get("description"), nullptr);
+    EXPECT_EQ(*root->qualifiers.get("description"), "The root of the test hierarchy.");
+    EXPECT_EQ(*root->qualifiers.get("ABSTRACT"), "true");
+    EXPECT_EQ(*repo.findProperty("Test_ManagedElement", "Caption")->qualifiers.get("Description"),
+              "A caption; with a semicolon /* not a comment */.");
     const PropertyDecl* id = repo.findProperty("Test_Port", "instanceid");
-    ASSERT_NE(id, nullptr);
     EXPECT_NE(id, repo.findProperty("Test_ManagedElement", "InstanceID"));
     EXPECT_TRUE(id->key);
     EXPECT_EQ(*id->qualifiers.get("Description"), "Serial and port number.");
     EXPECT_EQ(*id->qualifiers.get("MaxLen"), "256");
-    auto props = names(repo.properties("Test_Port"));
-    ASSERT_GE(props.size(), 4u);
-    EXPECT_EQ(std::vector<std::string>(props.begin(), props.begin() + 4),
-              (std::vector<std::string>{"Caption", "InstanceID", "OperationalStatus", "Data"}));
-    EXPECT_EQ(props.size(), 15u);
-    auto keys = repo.keys("Test_Port");
-    ASSERT_EQ(keys.size(), 1u);
-    EXPECT_EQ(keys[0], id);
+    EXPECT_EQ(repo.keys("Test_Port"), std::vector<const PropertyDecl*>{id});
     EXPECT_TRUE(repo.keys("No_Such").empty());
+    Value values;
+    std::string err;
+    ASSERT_TRUE(Value::parse(CMPI_stringA,
+                             *repo.findProperty("Test_Port", "OperationalStatus")->qualifiers.get("Values"),
+                             values, &err))
+        << err;
+    EXPECT_EQ(values.toCimString(), "\"Unknown\",\"Other\",\"OK \\\"quoted\\\"\"");
+    const PropertyDecl* size = repo.findProperty("Test_Port", "Size");
+    EXPECT_TRUE(size->qualifiers.has("required") && size->qualifiers.has("WRITE"));
+    EXPECT_EQ(*size->qualifiers.get("Units"), "Bytes");
+    EXPECT_FALSE(size->key);
+
+    // Methods: return types, parameter directions, arrays and references; inherited ones.
+    const MethodDecl* wb = repo.findMethod("Test_Port", "writebuffer");
+    ASSERT_NE(wb, nullptr);
+    EXPECT_EQ(wb->returnType, CMPI_uint32);
+    EXPECT_EQ(*wb->qualifiers.get("Description"), "Writes a buffer.");
+    std::vector<std::string> params = typed(wb->params);
+    for (size_t i = 0; i < params.size(); ++i)
+        params[i] += std::string(wb->params[i].in ? " in" : "") + (wb->params[i].out ? " out" : "");
+    EXPECT_EQ(params, (std::vector<std::string>{t("Target", CMPI_string) + " in", t("Buffer", CMPI_uint8A) + " in out",
+                                                t("Result", CMPI_ref) + " out", t("Count", CMPI_sint32) + " in",
+                                                t("Messages", CMPI_stringA) + " out"}));
+    EXPECT_EQ(wb->findParam("RESULT")->refClass, "Test_ManagedElement");
+    EXPECT_EQ(wb->findParam("nothing"), nullptr);
+    const MethodDecl* reset = repo.findMethod("Test_Port", "Reset");
+    ASSERT_NE(reset, nullptr);
+    EXPECT_EQ(reset->returnType, CMPI_boolean);
+    EXPECT_TRUE(reset->params.empty());
+    ASSERT_NE(repo.findMethod("Test_Port", "RequestStateChange"), nullptr);
+    EXPECT_EQ(repo.findMethod("Test_ManagedElement", "RequestStateChange"), nullptr);
 }
 
 TEST(MofParser, MalformedInputGivesFileAndLine) {
@@ -242,7 +186,7 @@ TEST(MofParser, FailedLoadKeepsEarlierClassesAndCaseInsensitiveKeywords) {
 }
 
 TEST(MofParser, IncludesAndDirectories) {
-    TempDir dir;
+    fixture::TempDir dir;
     dir.write("sub/base.mof", "class Base { [Key] string Name; };\n");
     dir.write("sub/mid.mof", "#pragma include (\"base.mof\")\nclass Mid : Base {};\n");
     // Includes resolve relative to the including file; a file included twice is read once.
@@ -260,13 +204,13 @@ TEST(MofParser, IncludesAndDirectories) {
     // includes and follows name order.
     dir.write("sub/qualifiers.mof", "Qualifier Key : boolean = false, Scope(property);\n");
     ClassRepository dirRepo;
-    ASSERT_TRUE(dirRepo.loadDirectory(dir.path / "sub", &err)) << err;  // base.mof, then mid.mof
+    ASSERT_TRUE(dirRepo.loadDirectory(dir.path + "/sub", &err)) << err;  // base.mof, then mid.mof
     EXPECT_EQ(dirRepo.classNames(), (std::vector<std::string>{"Base", "Mid"}));
     dir.write("extra/b.mof", "class Second : First {};\n");
     dir.write("extra/a.mof", "class First {};\n");
     dir.write("extra/notes.txt", "not mof");
     ClassRepository extra;
-    ASSERT_TRUE(extra.loadDirectory(dir.path / "extra", &err)) << err;
+    ASSERT_TRUE(extra.loadDirectory(dir.path + "/extra", &err)) << err;
     EXPECT_TRUE(extra.isA("Second", "First"));
 
     // An error inside an included file names that file and line.
@@ -276,11 +220,11 @@ TEST(MofParser, IncludesAndDirectories) {
     EXPECT_FALSE(bad.loadFile(outer, &err));
     EXPECT_NE(err.find("inner.mof:3: unknown type 'bogus'"), std::string::npos) << err;
     EXPECT_EQ(bad.find("Outer"), nullptr);
-    EXPECT_FALSE(bad.loadDirectory(dir.path / "bad", &err));
+    EXPECT_FALSE(bad.loadDirectory(dir.path + "/bad", &err));
     EXPECT_TRUE(bad.classNames().empty());
     // After a failed load the files can be read again once fixed.
     dir.write("bad/inner.mof", "class Inner {};\n");
-    EXPECT_TRUE(bad.loadDirectory(dir.path / "bad", &err)) << err;
+    EXPECT_TRUE(bad.loadDirectory(dir.path + "/bad", &err)) << err;
     EXPECT_EQ(bad.classNames(), (std::vector<std::string>{"Inner", "Outer"}));
 
     // A file including itself is read once; a long chain of includes is cut off.
@@ -292,19 +236,19 @@ TEST(MofParser, IncludesAndDirectories) {
                   "#pragma include (\"c" + std::to_string(i + 1) + ".mof\")\n");
     dir.write("chain/c40.mof", "class End {};\n");
     ClassRepository chain;
-    EXPECT_FALSE(chain.loadFile((dir.path / "chain/c0.mof").string(), &err));
+    EXPECT_FALSE(chain.loadFile(dir.path + "/chain/c0.mof", &err));
     EXPECT_NE(err.find("nested too deeply"), std::string::npos) << err;
 
-    EXPECT_FALSE(chain.loadFile((dir.path / "missing.mof").string(), &err));
+    EXPECT_FALSE(chain.loadFile(dir.path + "/missing.mof", &err));
     EXPECT_NE(err.find("missing.mof"), std::string::npos);
-    EXPECT_FALSE(chain.loadDirectory((dir.path / "no_dir").string(), &err));
+    EXPECT_FALSE(chain.loadDirectory(dir.path + "/no_dir", &err));
     EXPECT_NE(err.find("no_dir"), std::string::npos);
 }
 
-TEST(MofParser, EveryTruncationAndCorruptionIsHandled) {
+TEST(MofParser, EveryTruncationNamesALineWithinIt) {
     const std::string text =
-        readText(kDataDir + "/sample_base.mof") + readText(kDataDir + "/sample.mof").substr(
-            readText(kDataDir + "/sample.mof").find("[Description"));
+        slurp(kDataDir + "/sample_base.mof") + slurp(kDataDir + "/sample.mof").substr(
+            slurp(kDataDir + "/sample.mof").find("[Description"));
     {
         ClassRepository full;
         std::string err;
@@ -328,17 +272,6 @@ TEST(MofParser, EveryTruncationAndCorruptionIsHandled) {
     // Only cuts at whitespace, comments or between declarations are complete MOF.
     EXPECT_GT(accepted, 0u);
     EXPECT_LT(accepted, text.size() / 4);
-    // Stray bytes anywhere never crash the reader.
-    for (size_t i = 0; i < text.size(); i += 3)
-        for (char junk : {'\0', '"', '{', '\xff', '['}) {
-            std::string bad = text;
-            bad[i] = junk;
-            ClassRepository repo;
-            std::string err;
-            if (!repo.loadText(bad, "junk.mof", &err)) {
-                EXPECT_EQ(err.rfind("junk.mof:", 0), 0u) << err;
-            }
-        }
 }
 
 // The shipped class files load as an object manager without the DMTF schema reads them:
@@ -368,27 +301,17 @@ TEST(MofParser, ShippedClassesLoadAfterTheirQualifierDeclarations) {
     EXPECT_EQ(all.findQualifier("ValueMap")->type, CMPI_stringA);
     EXPECT_EQ(all.findQualifier("ArrayType")->defaultValue, "Bag");
     EXPECT_EQ(all.findQualifier("Description")->defaultValue, "");
-    // The standard set later class files may use.
-    for (const char* name :
-         {"Description", "ValueMap", "Values", "BitMap", "BitValues", "Key", "Units", "Write", "Read",
-          "Required", "IN", "OUT", "Static", "Abstract", "Override", "Provider", "Version", "ArrayType",
-          "MaxLen", "MinValue", "MaxValue", "Deprecated", "Experimental", "EmbeddedInstance",
-          "EmbeddedObject", "ModelCorrespondence", "MappingStrings", "Counter", "Gauge", "PUnit",
-          "OctetString", "Association", "Indication", "Propagated", "Weak", "Aggregate", "Aggregation",
-          "Min", "Max", "Composition", "Terminal", "DisplayName", "Exception", "Correlatable", "IsPUnit",
-          "Schema"})
-        EXPECT_NE(all.findQualifier(name), nullptr) << name;
 }
 
 TEST(MofParser, UndeclaredQualifierIsRefused) {
-    TempDir dir;
+    fixture::TempDir dir;
     dir.write("qualifiers.mof", "Qualifier Key : boolean = false, Scope(property, reference);\n");
     std::string cls = dir.write("a.mof", "class A {\n  [Key] string K;\n  [Description (\"d\")]\n  uint8 X;\n};\n");
     ClassRepository repo;
     std::string err;
     EXPECT_FALSE(repo.loadFile(cls, &err));
     EXPECT_EQ(err, cls + ":3: Description is not a known qualifier");
-    EXPECT_FALSE(repo.loadDirectory(dir.path.string(), &err));
+    EXPECT_FALSE(repo.loadDirectory(dir.path, &err));
     EXPECT_EQ(err, cls + ":3: Description is not a known qualifier");
     EXPECT_EQ(repo.findQualifier("Key"), nullptr);  // the failed load took its declarations back
     // Without a qualifier file nothing is declared, not even Key.
