@@ -104,13 +104,11 @@ const VTAPI_HBATGTENTRY* FindISCSITarget(const vtapi_protocol_t* function, const
 
 CmpiStatus ISCSIRequestFailure(int rc, const char* logFormat, const char* format, ...)
 {
-    char message[Veltra_NIC_Utils::kMessageSize];
     va_list args;
     va_start(args, format);
-    vsnprintf(message, sizeof message, format, args);
+    const CmpiStatus status = LoggedFailureV(static_cast<CMPIrc>(rc), logFormat, nullptr, format, args);
     va_end(args);
-    Veltra_NIC_Utils::LogError(logFormat, message);
-    return CmpiStatus(static_cast<CMPIrc>(rc), message);
+    return status;
 }
 
 ISCSIFunction ResolveISCSIPath(const CmpiObjectPath& cop, const char* who, CmpiStatus& failure)

@@ -145,15 +145,24 @@ void ThrowNotFound(const char* who, const char* keyValue)
     throw CmpiStatus(CMPI_RC_ERR_NOT_FOUND, keyValue);
 }
 
-CmpiStatus MethodFailure(CMPIrc rc, const char* who, const char* format, ...)
+CmpiStatus LoggedFailureV(CMPIrc rc, const char* logFormat, const char* who, const char* format, va_list args)
 {
     char message[Log::kMessageSize];
+    vsnprintf(message, sizeof message, format, args);
+    if (who)
+        Log::LogError("%s: Error: %s", who, message);
+    else
+        Log::LogError(logFormat, message);
+    return CmpiStatus(rc, message);
+}
+
+CmpiStatus MethodFailure(CMPIrc rc, const char* who, const char* format, ...)
+{
     va_list args;
     va_start(args, format);
-    vsnprintf(message, sizeof message, format, args);
+    const CmpiStatus status = LoggedFailureV(rc, nullptr, who, format, args);
     va_end(args);
-    Log::LogError("%s: Error: %s", who, message);
-    return CmpiStatus(rc, message);
+    return status;
 }
 
 CmpiObjectPath MakeKeyedPath(const char* className, const char* nameSpace,

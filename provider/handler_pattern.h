@@ -22,6 +22,7 @@
 #include "CmpiStatus.h"
 #include "veltra_nic_utils.h"
 
+#include <cstdarg>
 #include <strings.h>
 
 #include <exception>
@@ -157,6 +158,8 @@ struct MethodOutcome {
 // Formats a method failure (cut to 512 bytes), error-logs
 // "<who>: Error: <text>" and returns it as a status.
 CmpiStatus MethodFailure(CMPIrc rc, const char* who, const char* format, ...) VELTRA_PRINTF_FORMAT(3, 4);
+// The same with the log line's own shape: `logFormat` holds one "%s" for the text.
+CmpiStatus LoggedFailureV(CMPIrc rc, const char* logFormat, const char* who, const char* format, va_list args);
 
 // Hands a method's return value to the result (and, with `done`, the end of
 // results); a broker that refuses either changes nothing.
