@@ -444,9 +444,9 @@ Value Value::nullArray(CMPIType elemType, size_t n) {
     return v;
 }
 
-const std::vector<uint8_t>& Value::bytes() const {
+const std::vector<uint8_t>& Value::noBytes() {
     static const std::vector<uint8_t> kNone;
-    return octets_ ? octets_->bytes : kNone;
+    return kNone;
 }
 
 Value::Octets& Value::ownOctets() {
@@ -457,23 +457,12 @@ Value::Octets& Value::ownOctets() {
     return *octets_;
 }
 
-bool Value::nullAt(size_t i) const {
-    if (!isOctetArray()) return elems[i].null;
-    return octets_ && !octets_->nulls.empty() && octets_->nulls[i];
-}
-
 Value Value::at(size_t i) const {
     if (!isOctetArray()) return elems[i];
     const CMPIType elemType = static_cast<CMPIType>(type & ~CMPI_ARRAY);
     if (nullAt(i)) return nullOf(elemType);
     const uint8_t b = bytes()[i];
     return elemType == CMPI_sint8 ? sint(CMPI_sint8, static_cast<int8_t>(b)) : uint(CMPI_uint8, b);
-}
-
-void Value::setOctet(size_t i, uint8_t b) {
-    Octets& o = ownOctets();
-    o.bytes[i] = b;
-    if (!o.nulls.empty()) o.nulls[i] = false;
 }
 
 void Value::setAt(size_t i, Value v) {

@@ -49,12 +49,21 @@ struct Value {
     bool isOctetArray() const { return isArray() && isOctetType(static_cast<CMPIType>(type & ~CMPI_ARRAY)); }
     static bool isOctetType(CMPIType elemType) { return elemType == CMPI_uint8 || elemType == CMPI_sint8; }
     size_t count() const { return isOctetArray() ? bytes().size() : elems.size(); }
-    bool nullAt(size_t i) const;
+    bool nullAt(size_t i) const
+    {
+        if (!isOctetArray()) return elems[i].null;
+        return octets_ && !octets_->nulls.empty() && octets_->nulls[i];
+    }
     Value at(size_t i) const;            // i < count()
     void setAt(size_t i, Value v);       // i < count(); v of the element type or null
     // Packed arrays: the bytes (null elements read 0) and a write of one byte.
-    const std::vector<uint8_t>& bytes() const;
-    void setOctet(size_t i, uint8_t b);  // i < count(); the element is no longer null
+    const std::vector<uint8_t>& bytes() const { return octets_ ? octets_->bytes : noBytes(); }
+    void setOctet(size_t i, uint8_t b)  // i < count(); the element is no longer null
+    {
+        Octets& o = octets_ && octets_.use_count() == 1 ? *octets_ : ownOctets();
+        o.bytes[i] = b;
+        if (!o.nulls.empty()) o.nulls[i] = false;
+    }
 
     static Value nullOf(CMPIType t);
     static Value boolean(bool b);
@@ -86,6 +95,7 @@ private:
     };
     std::shared_ptr<Octets> octets_;
     Octets& ownOctets();  // unshared, for a write
+    static const std::vector<uint8_t>& noBytes();
 };
 
 struct Property {

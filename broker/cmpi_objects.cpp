@@ -485,21 +485,32 @@ CMPIData arrGetElementAt(const CMPIArray* a, CMPICount i, CMPIStatus* rc) {
         return dataFromValue(items.elems[i]);
     }
     // Packed bytes: no Value is made per element (images run to megabytes).
+    CMPIData d;
+    d.value.uint64 = 0;
     const std::vector<uint8_t>& bytes = items.bytes();
-    if (i >= bytes.size()) return fail(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    if (i >= bytes.size()) {
+        setRc(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+        d.type = CMPI_null;
+        d.state = CMPI_nullValue | CMPI_notFound;
+        return d;
+    }
     setRc(rc, CMPI_RC_OK);
-    CMPIData d{};
     d.type = o->d.elemType;  // uint8 or sint8: already normalized
-    if (items.nullAt(i))
-        d.state = CMPI_nullValue;
-    else
-        d.value.uint8 = bytes[i];  // sint8 shares the byte
+    d.state = items.nullAt(i) ? CMPI_nullValue : CMPI_goodValue;
+    const uint8_t byte = d.state ? 0 : bytes[i];  // sint8 shares the byte
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    // The value's first byte, stored as a whole word: a byte stored into the
+    // word and then copied whole stalls the processor on every element.
+    d.value.uint64 = byte;
+#else
+    d.value.uint8 = byte;
+#endif
     return d;
 }
 
-CMPIStatus arrSetElementAt(CMPIArray* a, CMPICount i, const CMPIValue* value, CMPIType type) {
-    ArrayObj* o = get<ArrayObj>(a);
-    if (!o) return err(CMPI_RC_ERR_INVALID_HANDLE);
+// Every element store but a byte into a packed array: kept out of line, so
+// that the byte path (dumps run to megabytes, one call per byte) stays lean.
+__attribute__((noinline)) CMPIStatus setElement(ArrayObj* o, CMPICount i, const CMPIValue* value, CMPIType type) {
     Value& items = o->d.items;
     if (i >= items.count()) return err(CMPI_RC_ERR_NO_SUCH_PROPERTY);
     CMPIType elem = normalizeType(o->d.elemType);
@@ -518,6 +529,18 @@ CMPIStatus arrSetElementAt(CMPIArray* a, CMPICount i, const CMPIValue* value, CM
     if (type == CMPI_null) v = Value::nullOf(elem);
     items.setAt(i, std::move(v));
     return ok();
+}
+
+CMPIStatus arrSetElementAt(CMPIArray* a, CMPICount i, const CMPIValue* value, CMPIType type) {
+    ArrayObj* o = get<ArrayObj>(a);
+    if (!o) return err(CMPI_RC_ERR_INVALID_HANDLE);
+    Value& items = o->d.items;
+    if (value && type == o->d.elemType && Value::isOctetType(type) && items.isOctetArray()) {
+        if (i >= items.bytes().size()) return err(CMPI_RC_ERR_NO_SUCH_PROPERTY);
+        items.setOctet(i, value->uint8);  // sint8 shares the byte
+        return ok();
+    }
+    return setElement(o, i, value, type);
 }
 
 // ---------------------------------------------------------------------------------------

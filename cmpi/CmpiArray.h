@@ -16,6 +16,12 @@ public:
     CMPICount size() const;                   // 0 for an empty wrapper
     CMPIType elementType() const;             // element type without the array bit
     CmpiArrayIdx operator[](int idx) const;
+    // Byte arrays (uint8 or sint8 elements), one broker call per element:
+    // the interface has no bulk access. Both throw CmpiStatus on a failed
+    // call; getBytes also throws TYPE_MISMATCH for an element that is null
+    // or not a byte.
+    void getBytes(unsigned char* bytes, CMPICount count) const;
+    void setBytes(const unsigned char* bytes, CMPICount count);
 };
 
 class CmpiArrayIdx {

@@ -412,6 +412,33 @@ CmpiArrayIdx CmpiArray::operator[](int idx) const {
     return CmpiArrayIdx(*this, static_cast<CMPICount>(idx));
 }
 
+void CmpiArray::getBytes(unsigned char* bytes, CMPICount count) const {
+    if (count == 0) return;
+    CMPIArray* h = handleOf<CMPIArray>(enc);
+    const auto get = need(h->ft->getElementAt);
+    for (CMPICount i = 0; i < count; ++i) {
+        CMPIStatus rc = okStatus();
+        const CMPIData d = get(h, i, &rc);
+        check(rc);
+        if ((d.state & (CMPI_nullValue | CMPI_notFound)) || (d.type != CMPI_uint8 && d.type != CMPI_sint8))
+            throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH);
+        bytes[i] = d.value.uint8;
+    }
+}
+
+void CmpiArray::setBytes(const unsigned char* bytes, CMPICount count) {
+    if (count == 0) return;
+    CMPIArray* h = handleOf<CMPIArray>(enc);
+    const CMPIType type = elementType();
+    if (type != CMPI_uint8 && type != CMPI_sint8) throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH);
+    const auto set = need(h->ft->setElementAt);
+    CMPIValue v{};
+    for (CMPICount i = 0; i < count; ++i) {
+        v.uint8 = bytes[i];
+        check(set(h, i, &v, type));
+    }
+}
+
 CmpiArrayIdx& CmpiArrayIdx::operator=(const CmpiData& v) {
     CMPIArray* h = handleOf<CMPIArray>(Acc::enc(ar));
     const CMPIData& d = Acc::data(v);

@@ -52,7 +52,7 @@ void runDiagTest(const DiagCall& call, const DiagPort& port)
     const uint32_t valid = block.data_length < sizeof block.data ? block.data_length : sizeof block.data;
     Log::DebugPrint("invokeMethod_FCPort: Saving the content to RdpData buffer of length = %u ", valid);
     PropertyValue data;
-    if (!ByteArrayValue(block.data, valid, CMPI_uint8, data))
+    if (!ByteArrayValue("RdpData", block.data, valid, data))
         ThrowDiagFailure(CMPI_RC_ERR_FAILED, "Caught an exception while saving data to RdpData buffer!");
     call.out.setArg("RdpData", data.data());
 }

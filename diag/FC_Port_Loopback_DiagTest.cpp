@@ -55,7 +55,7 @@ const PropertyTable<LoopbackView> kLoopbackTable(kLoopbackProperties, {
     LB_INT("iReserved2", CMPI_uint16, static_cast<CMPIUint16>(v.test.settings.reserved2)),
     Computed<LoopbackView>("acTestPattern", CMPI_uint8A,
                            [](const LoopbackView& v, PropertyValue& out) {
-                               return ByteArrayValue(v.test.settings.test_pattern, 8, CMPI_uint8, out);
+                               return ByteArrayValue("acTestPattern", v.test.settings.test_pattern, 8, out);
                            }),
     LB_INT("iLoopbackTestStatus", CMPI_sint32, static_cast<CMPISint32>(v.test.result.loopback_status)),
     VELTRA_FIELD(LoopbackView, message, "acLoopbackTestMessage", CMPI_string),
@@ -67,8 +67,9 @@ const PropertyTable<LoopbackView> kLoopbackTable(kLoopbackProperties, {
     LB_INT("iReservedStatus", CMPI_sint32, static_cast<CMPISint32>(v.test.result.reserved_status)),
     Computed<LoopbackView>("acReservedResult", CMPI_sint8A,
                            [](const LoopbackView& v, PropertyValue& out) {
-                               return ByteArrayValue(reinterpret_cast<const uint8_t*>(v.test.result.reserved_result),
-                                                     8, CMPI_sint8, out);
+                               return ByteArrayValue("acReservedResult",
+                                                     reinterpret_cast<const uint8_t*>(v.test.result.reserved_result),
+                                                     8, out, CMPI_sint8);
                            }),
 });
 

@@ -32,7 +32,7 @@ RWBufferTest snapshot()
     })
 #define RW_BYTES(name, field)                                                                            \
     Computed<RWBufferTest>(name, CMPI_uint8A, [](const RWBufferTest& v, PropertyValue& out) {           \
-        return ByteArrayValue(v.settings.field, sizeof v.settings.field, CMPI_uint8, out);              \
+        return ByteArrayValue(name, v.settings.field, sizeof v.settings.field, out);                     \
     })
 #define RW_U32(name, field) VELTRA_ENTRY_ARRAY(RWBufferTest, name, CMPI_uint32, static_cast<CMPIUint32>(e.field))
 #define RW_TEXT(name, expr) VELTRA_ENTRY_ARRAY(RWBufferTest, name, CMPI_string, expr)

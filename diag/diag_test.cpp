@@ -542,21 +542,6 @@ std::string HexBytes(const uint8_t* bytes, size_t count)
     return text;
 }
 
-bool ByteArrayValue(const uint8_t* bytes, size_t count, CMPIType elementType, PropertyValue& value)
-{
-    try {
-        CmpiArray array(static_cast<CMPICount>(count), elementType);
-        for (size_t i = 0; i < count; ++i)
-            array[static_cast<int>(i)] = elementType == CMPI_sint8 ? CmpiData(static_cast<CMPISint8>(bytes[i]))
-                                                                   : CmpiData(static_cast<CMPIUint8>(bytes[i]));
-        value = CmpiData(array);
-        return true;
-    } catch (...) {
-        Log::DebugPrint("Caught an exception while building an array property");
-        return false;
-    }
-}
-
 // ---- threaded tests ----
 
 void StartThreadedTest(const DiagCall& call, const DiagPort& port, std::mutex& mutex, int32_t& status,

@@ -240,9 +240,6 @@ void CopyLibraryText(char (&dest)[N], const char (&src)[M])
 // "%02x" of each byte, no separators.
 std::string HexBytes(const uint8_t* bytes, size_t count);
 
-// An array value of `count` bytes as CIM uint8 or sint8 elements; false
-// (and logged) when the broker refuses it.
-bool ByteArrayValue(const uint8_t* bytes, size_t count, CMPIType elementType, PropertyValue& value);
 // Per-entry array properties of a list result: one element per entry.
 template <class E, class Get>
 CmpiData EntryArray(const std::vector<E>& entries, CMPIType elementType, Get get)

@@ -290,16 +290,7 @@ ChipSettings readChipSettings(VTAPISDMDevice* d)
 template <size_t N>
 bool byteArray(const char* name, const uint8_t (&bytes)[N], PropertyValue& v)
 {
-    try {
-        CmpiArray array(static_cast<CMPICount>(N), CMPI_uint8);
-        for (size_t i = 0; i < N; ++i)
-            array[static_cast<int>(i)] = CmpiData(static_cast<CMPIUint8>(bytes[i]));
-        v = CmpiData(array);
-        return true;
-    } catch (...) {
-        Log::DebugPrint("Caught an exception while saving data to %s!", name);
-        return false;
-    }
+    return ByteArrayValue(name, bytes, N, v);
 }
 
 // A uint8 / uint32 / sint32 value of an optional record, left out without one.

@@ -78,8 +78,7 @@ bool dcbxBuffer(const DcbxBlock& block, PropertyValue& value)
     Log::DebugPrint("****** Successfully fetched DCBX Params for HBA[%u]", block.hba);
     try {
         CmpiArray array(block.size, CMPI_uint8);
-        for (uint32_t i = 0; i < block.size; ++i)
-            array[static_cast<int>(i)] = CmpiData(static_cast<CMPIUint8>(block.bytes[i]));
+        array.setBytes(block.bytes, block.size);
         value = CmpiData(array);
         return true;
     } catch (...) {

@@ -112,16 +112,7 @@ bool securityText(const T& t, PropertyValue& v)
 
 bool inquiryHeader(const T& t, PropertyValue& v)
 {
-    try {
-        CmpiArray array(static_cast<CMPICount>(sizeof t.inquiry_header), CMPI_uint8);
-        for (size_t i = 0; i < sizeof t.inquiry_header; ++i)
-            array[static_cast<int>(i)] = CmpiData(static_cast<CMPIUint8>(t.inquiry_header[i]));
-        v = CmpiData(array);
-        return true;
-    } catch (...) {
-        Log::DebugPrint("Caught an exception while saving data to TargetInquiryHeader!");
-        return false;
-    }
+    return ByteArrayValue("TargetInquiryHeader", t.inquiry_header, sizeof t.inquiry_header, v);
 }
 
 #define FIELD(member, name, type) VELTRA_FIELD(T, member, name, type)

@@ -100,16 +100,7 @@ std::string lunKey(const L& lun) { return wwulnText(lun, "%02x") + "_" + std::to
 
 bool inquiryHeader(const L& l, PropertyValue& v)
 {
-    try {
-        CmpiArray array(static_cast<CMPICount>(sizeof l.inquiry_header), CMPI_uint8);
-        for (size_t i = 0; i < sizeof l.inquiry_header; ++i)
-            array[static_cast<int>(i)] = CmpiData(static_cast<CMPIUint8>(l.inquiry_header[i]));
-        v = CmpiData(array);
-        return true;
-    } catch (...) {
-        Log::DebugPrint("Caught an exception while saving data to LunInquiryHeader!");
-        return false;
-    }
+    return ByteArrayValue("LunInquiryHeader", l.inquiry_header, sizeof l.inquiry_header, v);
 }
 
 #define FIELD(member, name, type) VELTRA_FIELD(L, member, name, type)

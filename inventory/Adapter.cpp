@@ -15,6 +15,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -361,7 +362,7 @@ uint32_t flashNow(MethodCall& c, const FlashTarget& target, const std::string& f
 }
 
 // A complete image: stage it, choose the function and flash it now or in a job.
-uint32_t flashImage(MethodCall& c, std::vector<uint8_t>& image, uint32_t flags)
+uint32_t flashImage(MethodCall& c, FlashImageBuffer& image, uint32_t flags)
 {
     const bool async = c.cls.asyncAndSRIOV && (flags & kFlashAsyncFlag) != 0;
     const uint32_t option = (flags >> kFlashOptionShift) & 1u;
@@ -375,7 +376,7 @@ uint32_t flashImage(MethodCall& c, std::vector<uint8_t>& image, uint32_t flags)
         file = FlashJobFile(jobId);
     }
     const bool staged = StageFlashImage(image, file, c.failure);
-    std::vector<uint8_t>().swap(image);
+    image = FlashImageBuffer();
     if (!staged)
         return kFlashMethodFailed;
     StagedFile stagedFile(file);
@@ -411,22 +412,19 @@ uint32_t updateFlashFromImageBuffer(MethodCall& c)
         return fail(c, CMPI_RC_ERR_INVALID_PARAMETER, "Invalid Image buffer size, size=%llu!",
                     static_cast<unsigned long long>(length));
     Log::DebugPrint("invokeMethod_Adapter: Saving flash data content to buffer...");
-    std::vector<uint8_t> piece;
-    try {
-        piece.resize(length);
-    } catch (const std::bad_alloc&) {
-        return fail(c, CMPI_RC_ERR_FAILED, "Failed to allocate memory!");
-    }
-    try {
-        for (CMPICount i = 0; i < length; ++i)
-            piece[i] = static_cast<unsigned char>(array[static_cast<int>(i)]);
-    } catch (const CmpiStatus&) {
-        return fail(c, CMPI_RC_ERR_FAILED, "Caught an exception while saving data to local buffer!");
-    }
+    const auto read = [&](uint8_t* piece) {
+        try {
+            array.getBytes(piece, static_cast<CMPICount>(length));
+            return true;
+        } catch (const CmpiStatus&) {
+            fail(c, CMPI_RC_ERR_FAILED, "Caught an exception while saving data to local buffer!");
+            return false;
+        }
+    };
 
-    std::vector<uint8_t> image;
+    FlashImageBuffer image;
     const uint32_t pieceNumber = static_cast<uint32_t>(flags) & kFlashPieceNumberMask;
-    switch (GatherFlashImagePiece(piece.data(), length, total, pieceNumber, image, c.failure)) {
+    switch (GatherFlashImagePiece(length, total, pieceNumber, read, image, c.failure)) {
     case FlashPiece::Failed:
         return kFlashMethodFailed;
     case FlashPiece::Partial:
@@ -434,7 +432,6 @@ uint32_t updateFlashFromImageBuffer(MethodCall& c)
     case FlashPiece::Complete:
         break;
     }
-    std::vector<uint8_t>().swap(piece);
     return flashImage(c, image, static_cast<uint32_t>(flags));
 }
 

@@ -85,8 +85,7 @@ CmpiStatus ServeDumpChunk(DumpDownload& dump, const CmpiArgs& in, CmpiArgs& out,
     const size_t got = fread(bytes.data(), 1, bytes.size(), file.get());
     try {
         CmpiArray array(static_cast<CMPICount>(got), CMPI_uint8);
-        for (size_t i = 0; i < got; ++i)
-            array[static_cast<int>(i)] = CmpiData(static_cast<CMPIUint8>(bytes[i]));
+        array.setBytes(bytes.data(), static_cast<CMPICount>(got));
         dump.next = chunk >= lastChunk(size) ? kDumpFinished : dump.next + 1;
         out.setArg("ImageBufferSize", CmpiData(static_cast<CMPIUint64>(got)));
         out.setArg("ImageBuffer", CmpiData(array));
@@ -108,8 +107,9 @@ CmpiStatus ServeDumpChunk(DumpDownload& dump, const CmpiArgs& in, CmpiArgs& out,
 std::string PrepareDumpDirectory(const char* absolutePath)
 {
     const std::string dir = RootPath(absolutePath);
-    if (mkdir(dir.c_str(), 0700) != 0 && errno != EEXIST) {
-        Log::LogError("Cannot create %s: %s", dir.c_str(), strerror(errno));
+    std::string error;
+    if (!EnsureDirectory(dir, 0700, &error)) {
+        Log::LogError("%s", error.c_str());
         return std::string();
     }
     struct stat info {};

@@ -38,16 +38,7 @@ const PropertyTable<ISCSIFunction> kKeyTable(kDCBProperties, {
 template <uint8_t (D::*Member)[kArrayLength]>
 bool arrayValue(const D& d, PropertyValue& v)
 {
-    try {
-        CmpiArray array(static_cast<CMPICount>(kArrayLength), CMPI_uint8);
-        for (size_t i = 0; i < kArrayLength; ++i)
-            array[static_cast<int>(i)] = CmpiData(static_cast<CMPIUint8>((d.*Member)[i]));
-        v = CmpiData(array);
-        return true;
-    } catch (...) {
-        Log::DebugPrint("Caught an exception while saving data to a DCB array!");
-        return false;
-    }
+    return ByteArrayValue("a DCB array", d.*Member, kArrayLength, v);
 }
 
 // An array row: 8 bytes at its offset, written from a uint8 array.

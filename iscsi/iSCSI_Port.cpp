@@ -230,17 +230,9 @@ const PropertyTable<M> kMiniDumpTable(kPortProperties, {
 
 // ---- instances ----
 
-CmpiObjectPath makePath_iSCSI_Port(const char* className, const char* nameSpace, const F& f)
-{
-    const std::string id = ISCSIFunctionName(f.function);
-    return MakeKeyedPath(className, nameSpace, {{"InstanceID", id.c_str()}});
-}
-
 CmpiInstance makeInstance_iSCSI_Port(const RequestClass& rc, const char** properties, const F& f)
 {
-    static const char* keys[] = {"InstanceID", nullptr};
-    CmpiInstance instance =
-        MakeFilteredInstance(makePath_iSCSI_Port(rc.className.c_str(), rc.nameSpace.c_str(), f), properties, keys);
+    CmpiInstance instance = MakeISCSIFunctionInstance(rc, properties, f);
     const uint32_t hba = f.function->hba_number;
     // Refreshes the portal record in the tree; the record is shown either way.
     (void)VTAPI_GetHbaDevicePortalPropertyiSCSI(hba, 0);
@@ -262,28 +254,20 @@ CmpiInstance makeInstance_iSCSI_Port(const RequestClass& rc, const char** proper
 
 CmpiStatus enumInstanceNames_iSCSI_Port(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
-    return RunEnumeration("enumInstanceNames_iSCSI_Port", cop, [&](const RequestClass& rc) {
-        ForEachISCSIFunction([&](const F& f) {
-            rslt.returnData(makePath_iSCSI_Port(rc.className.c_str(), rc.nameSpace.c_str(), f));
-        });
-    });
+    return EnumISCSIFunctionNames("enumInstanceNames_iSCSI_Port", rslt, cop);
 }
 
 CmpiStatus enumInstances_iSCSI_Port(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                     const char** properties)
 {
-    return RunEnumeration("enumInstances_iSCSI_Port", cop, [&](const RequestClass& rc) {
-        ForEachISCSIFunction([&](const F& f) { rslt.returnData(makeInstance_iSCSI_Port(rc, properties, f)); });
-    });
+    return EnumISCSIFunctionInstances("enumInstances_iSCSI_Port", rslt, cop, properties, makeInstance_iSCSI_Port);
 }
 
 CmpiStatus getInstance_iSCSI_Port(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                   const char** properties, bool returnInstance)
 {
-    return RunGet("getInstance_iSCSI_Port", rslt, cop, returnInstance, FindISCSIFunction,
-                  [properties](const RequestClass& rc, const F& f) {
-                      return makeInstance_iSCSI_Port(rc, properties, f);
-                  });
+    return GetISCSIFunctionInstance("getInstance_iSCSI_Port", rslt, cop, properties, returnInstance,
+                                    makeInstance_iSCSI_Port);
 }
 
 // ---- modify ----

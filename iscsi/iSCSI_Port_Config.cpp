@@ -85,17 +85,9 @@ const PropertyTable<C> kParameterTable(kConfigProperties, {
 
 // ---- instances ----
 
-CmpiObjectPath makePath_iSCSI_Port_Config(const char* className, const char* nameSpace, const F& f)
-{
-    const std::string id = ISCSIFunctionName(f.function);
-    return MakeKeyedPath(className, nameSpace, {{"InstanceID", id.c_str()}});
-}
-
 CmpiInstance makeInstance_iSCSI_Port_Config(const RequestClass& rc, const char** properties, const F& f)
 {
-    static const char* keys[] = {"InstanceID", nullptr};
-    CmpiInstance instance = MakeFilteredInstance(
-        makePath_iSCSI_Port_Config(rc.className.c_str(), rc.nameSpace.c_str(), f), properties, keys);
+    CmpiInstance instance = MakeISCSIFunctionInstance(rc, properties, f);
     const uint32_t hba = f.function->hba_number;
     (void)VTAPI_GetHbaDevicePortalPropertyiSCSI(hba, 0);
     kIdentityTable.build(instance, f);
@@ -116,29 +108,20 @@ CmpiInstance makeInstance_iSCSI_Port_Config(const RequestClass& rc, const char**
 
 CmpiStatus enumInstanceNames_iSCSI_Port_Config(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
 {
-    return RunEnumeration("enumInstanceNames_iSCSI_Port_Config", cop, [&](const RequestClass& rc) {
-        ForEachISCSIFunction([&](const F& f) {
-            rslt.returnData(makePath_iSCSI_Port_Config(rc.className.c_str(), rc.nameSpace.c_str(), f));
-        });
-    });
+    return EnumISCSIFunctionNames("enumInstanceNames_iSCSI_Port_Config", rslt, cop);
 }
 
 CmpiStatus enumInstances_iSCSI_Port_Config(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                            const char** properties)
 {
-    return RunEnumeration("enumInstances_iSCSI_Port_Config", cop, [&](const RequestClass& rc) {
-        ForEachISCSIFunction(
-            [&](const F& f) { rslt.returnData(makeInstance_iSCSI_Port_Config(rc, properties, f)); });
-    });
+    return EnumISCSIFunctionInstances("enumInstances_iSCSI_Port_Config", rslt, cop, properties, makeInstance_iSCSI_Port_Config);
 }
 
 CmpiStatus getInstance_iSCSI_Port_Config(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
                                          const char** properties, bool returnInstance)
 {
-    return RunGet("getInstance_iSCSI_Port_Config", rslt, cop, returnInstance, FindISCSIFunction,
-                  [properties](const RequestClass& rc, const F& f) {
-                      return makeInstance_iSCSI_Port_Config(rc, properties, f);
-                  });
+    return GetISCSIFunctionInstance("getInstance_iSCSI_Port_Config", rslt, cop, properties, returnInstance,
+                                    makeInstance_iSCSI_Port_Config);
 }
 
 // ---- modify ----

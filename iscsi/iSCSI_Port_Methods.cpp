@@ -190,8 +190,7 @@ MethodOutcome getDCBXParams(const MethodCall& call)
     }
     try {
         CmpiArray array(sizeof buffer, CMPI_uint8);
-        for (size_t i = 0; i < sizeof buffer; ++i)
-            array[static_cast<int>(i)] = CmpiData(static_cast<CMPIUint8>(buffer[i]));
+        array.setBytes(buffer, sizeof buffer);
         call.out.setArg("DcbxParamsBuffer", CmpiData(array));
     } catch (...) {
         return MethodOutcome::Status(ISCSIRequestFailure(CMPI_RC_ERR_FAILED, kErrorLog,

@@ -10,6 +10,7 @@
 #include "CmpiData.h"
 #include "CmpiObjectPath.h"
 
+#include <sys/mman.h>
 #include <sys/time.h>
 
 #include <cstdarg>
@@ -28,15 +29,24 @@ using Log = Veltra_NIC_Utils;
 // ---- the image being gathered ----
 
 struct Gathering {
-    std::vector<uint8_t> buffer; // gFlashImageBuffer: the announced total size
+    FlashImageBuffer buffer;     // gFlashImageBuffer: the announced total size
     uint64_t size = 0;           // gCurrentImageBufferSize
     uint64_t lastPacketID = 0;   // gLastPacketID
     bool existing = false;       // gExistingFlashUpdate: a partial image exists
     bool start = false;          // gStartFlashUpdate: the image is complete
+    // Where each piece is read first, kept from piece to piece of an upload
+    // so that its pages are not faulted in again for every piece.
+    std::unique_ptr<uint8_t[]> piece;
+    uint64_t pieceCapacity = 0;
 
+    void releasePiece()
+    {
+        piece.reset();
+        pieceCapacity = 0;
+    }
     void reset()
     {
-        std::vector<uint8_t>().swap(buffer);
+        buffer = FlashImageBuffer();
         size = 0;
         lastPacketID = 0;
         existing = false;
@@ -314,15 +324,48 @@ bool FlashFail(FlashFailure& failure, CMPIrc rc, const char* format, ...)
     return false;
 }
 
-FlashPiece GatherFlashImagePiece(const uint8_t* piece, uint64_t length, uint64_t total, uint32_t pieceNumber,
-                                 std::vector<uint8_t>& image, FlashFailure& failure)
+FlashImageBuffer::FlashImageBuffer(size_t size)
 {
-    if (!piece || length == 0 || length > kFlashPieceMaxSize) {
+    if (size == 0)
+        return;
+    void* mapped = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED)
+        throw std::bad_alloc();
+#ifdef MADV_HUGEPAGE
+    (void)madvise(mapped, size, MADV_HUGEPAGE); // advice only: refused, small pages serve
+#endif
+    data_ = static_cast<uint8_t*>(mapped);
+    size_ = size;
+}
+
+FlashImageBuffer::~FlashImageBuffer()
+{
+    if (data_)
+        munmap(data_, size_);
+}
+
+FlashPiece GatherFlashImagePiece(uint64_t length, uint64_t total, uint32_t pieceNumber,
+                                 const std::function<bool(uint8_t*)>& read, FlashImageBuffer& image,
+                                 FlashFailure& failure)
+{
+    if (length == 0 || length > kFlashPieceMaxSize) {
         sizeRefused(failure, length);
         return FlashPiece::Failed;
     }
     std::lock_guard<std::mutex> lock(g_gatheringMutex);
     Gathering& g = g_gathering;
+    if (g.pieceCapacity < length) {
+        g.releasePiece();
+        g.piece.reset(new (std::nothrow) uint8_t[length]);
+        if (!g.piece) {
+            FlashFail(failure, CMPI_RC_ERR_FAILED, "Failed to allocate memory!");
+            return FlashPiece::Failed;
+        }
+        g.pieceCapacity = length;
+    }
+    if (!read(g.piece.get()))
+        return FlashPiece::Failed;
+    const uint8_t* piece = g.piece.get();
     Log::DebugPrint("invokeMethod_Adapter: CurrentPacketID = [%u]", pieceNumber);
     if (pieceNumber == 0) {
         Log::DebugPrint("invokeMethod_Adapter: Start of a new flash update, resetting variables");
@@ -358,7 +401,7 @@ FlashPiece GatherFlashImagePiece(const uint8_t* piece, uint64_t length, uint64_t
             return FlashPiece::Failed;
         }
         try {
-            g.buffer.assign(total, 0);
+            g.buffer = FlashImageBuffer(total);
         } catch (const std::bad_alloc&) {
             g.reset();
             FlashFail(failure, CMPI_RC_ERR_FAILED, "Failed to allocate memory!");
@@ -385,6 +428,7 @@ FlashPiece GatherFlashImagePiece(const uint8_t* piece, uint64_t length, uint64_t
     Log::DebugPrint("invokeMethod_Adapter: Starting flash update...");
     image.swap(g.buffer);
     g.reset();
+    g.releasePiece();
     return FlashPiece::Complete;
 }
 
@@ -392,9 +436,10 @@ void ResetFlashImageGathering()
 {
     std::lock_guard<std::mutex> lock(g_gatheringMutex);
     g_gathering.reset();
+    g_gathering.releasePiece();
 }
 
-bool StageFlashImage(const std::vector<uint8_t>& image, const std::string& path, FlashFailure& failure)
+bool StageFlashImage(const FlashImageBuffer& image, const std::string& path, FlashFailure& failure)
 {
     const int error = saveImageFile(image.data(), image.size(), path);
     if (error != 0)

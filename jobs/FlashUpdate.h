@@ -17,7 +17,9 @@
 #include <pthread.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // "FlashUpdateFlags": bits 0-15 number the piece, bit 16 is the library's
@@ -50,23 +52,57 @@ struct FlashFailure {
 // prefix "invokeMethod_Adapter: Error: " and returns false.
 bool FlashFail(FlashFailure& failure, CMPIrc rc, const char* format, ...) VELTRA_PRINTF_FORMAT(3, 4);
 
+// A gathered image of a fixed size, mapped straight from the kernel: it
+// arrives zero-filled (a tail that never comes is zeros without a pass over
+// it) and is asked for huge pages, so that a 16 MiB image takes 8 page
+// faults rather than 4,096.
+class FlashImageBuffer {
+public:
+    FlashImageBuffer() = default;
+    explicit FlashImageBuffer(size_t size); // throws std::bad_alloc
+    FlashImageBuffer(FlashImageBuffer&& other) noexcept { swap(other); }
+    FlashImageBuffer& operator=(FlashImageBuffer&& other) noexcept
+    {
+        FlashImageBuffer(std::move(other)).swap(*this);
+        return *this;
+    }
+    FlashImageBuffer(const FlashImageBuffer&) = delete;
+    FlashImageBuffer& operator=(const FlashImageBuffer&) = delete;
+    ~FlashImageBuffer();
+
+    void swap(FlashImageBuffer& other) noexcept
+    {
+        std::swap(data_, other.data_);
+        std::swap(size_, other.size_);
+    }
+    uint8_t* data() const { return data_; }
+    size_t size() const { return size_; }
+
+private:
+    uint8_t* data_ = nullptr;
+    size_t size_ = 0;
+};
+
 enum class FlashPiece { Failed, Partial, Complete };
 
-// Adds one piece to the image being gathered. Piece 0 starts a new image;
+// Reads one piece of `length` bytes through `read`, into a buffer kept for
+// the upload (false: it could not, and has filled `failure`), then adds it
+// to the image being gathered. Piece 0 starts a new image;
 // the next pieces must follow in sequence, except 65535, which ends the
 // image. The first piece of an image allocates `total` bytes (refused when
 // 0 or above 256 MiB); a piece of 0 or more than 16 MiB, or one that does
 // not fit in the room left, is refused and nothing is stored. On Complete
 // `image` receives the whole image (`total` bytes; a tail that never
 // arrived is zeros) and the gathering is idle again.
-FlashPiece GatherFlashImagePiece(const uint8_t* piece, uint64_t length, uint64_t total, uint32_t pieceNumber,
-                                 std::vector<uint8_t>& image, FlashFailure& failure);
+FlashPiece GatherFlashImagePiece(uint64_t length, uint64_t total, uint32_t pieceNumber,
+                                 const std::function<bool(uint8_t*)>& read, FlashImageBuffer& image,
+                                 FlashFailure& failure);
 // Drops any partly gathered image.
 void ResetFlashImageGathering();
 
 // Writes the image to `path` (a full path): false with "Unable to save
 // image to file, error [%u]" when it cannot be written.
-bool StageFlashImage(const std::vector<uint8_t>& image, const std::string& path, FlashFailure& failure);
+bool StageFlashImage(const FlashImageBuffer& image, const std::string& path, FlashFailure& failure);
 // The staging file of a job: "/var/tmp/vtflash<id>.bin" below the root.
 std::string FlashJobFile(uint32_t jobId);
 // Removes a staging file when "RemoveTempFlashFile" is on.

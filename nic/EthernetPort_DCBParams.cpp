@@ -46,16 +46,7 @@ const PropertyTable<D> kConfigTable(kDCBProperties, {
     Computed<D>(
         "GroupPercentages", CMPI_uint8A,
         [](const D& d, PropertyValue& v) {
-            try {
-                CmpiArray array(static_cast<CMPICount>(kPriorities), CMPI_uint8);
-                for (size_t i = 0; i < kPriorities; ++i)
-                    array[static_cast<int>(i)] = CmpiData(static_cast<CMPIUint8>(d.group_percentages[i]));
-                v = CmpiData(array);
-                return true;
-            } catch (...) {
-                Log::DebugPrint("Caught an exception while saving data to GroupPercentages!");
-                return false;
-            }
+            return ByteArrayValue("GroupPercentages", d.group_percentages, kPriorities, v);
         },
         0, Write::Yes),
     FIELD(fcoe_priority_cos, "FCoE_Priority_CoS", CMPI_uint32),

@@ -1,5 +1,9 @@
 #include "property_table.h"
 
+#include "veltra_nic_utils.h"
+
+#include "CmpiArray.h"
+
 #include <cstring>
 #include <limits>
 
@@ -173,4 +177,17 @@ std::string RefusalText(ValueRead why, const char* name)
 {
     return std::string(why == ValueRead::Missing ? "Missing required argument [" : "Invalid argument [") + name +
            "]!";
+}
+
+bool ByteArrayValue(const char* name, const uint8_t* bytes, size_t count, PropertyValue& value, CMPIType elementType)
+{
+    try {
+        CmpiArray array(static_cast<CMPICount>(count), elementType);
+        array.setBytes(bytes, static_cast<CMPICount>(count));
+        value = CmpiData(array);
+        return true;
+    } catch (...) {
+        Veltra_NIC_Utils::DebugPrint("Caught an exception while saving data to %s!", name);
+        return false;
+    }
 }

@@ -69,6 +69,12 @@ private:
     std::string text_;
 };
 
+// Sets `value` to an array of `count` bytes (uint8 or sint8 elements). A
+// failure to build it is debug-logged as "Caught an exception while saving
+// data to <name>!" and gives false: the property is left out.
+bool ByteArrayValue(const char* name, const uint8_t* bytes, size_t count, PropertyValue& value,
+                    CMPIType elementType = CMPI_uint8);
+
 enum class Write : uint8_t {
     No,
     Yes,     // a listed property must come with a value of the right range

@@ -147,6 +147,12 @@ TEST_F(FlashGatheringTest, RefusedSizesAndArgumentsStoreNothing)
     EXPECT_EQ(withArguments(0, one).msg, "Missing required argument [ImageBuffer]!");
     EXPECT_EQ(withArguments(2, one).msg, "Missing required argument [FlashUpdateFlags]!");
     EXPECT_EQ(withArguments(3, nullSize).msg, "Invalid Image buffer size, size=0!");
+    // A null byte inside the image cannot be copied.
+    std::vector<vcim::Property> holed = pieceArguments({1, 2, 3}, 3, 0);
+    holed[0].value = vcim::Value::array(
+        CMPI_uint8, {vcim::Value::uint(CMPI_uint8, 1), vcim::Value::nullOf(CMPI_uint8), vcim::Value::uint(CMPI_uint8, 3)});
+    expectRefused(invoke(keyPath(kAdapter, kFC), "UpdateFlashFromImageBuffer", holed), CMPI_RC_ERR_FAILED,
+                  "Caught an exception while saving data to local buffer!");
     const vcim::Status st = send("VT00NOSUCH", pattern(4, 1), 4, 0);
     EXPECT_EQ(st.rc, CMPI_RC_ERR_NOT_FOUND);
     EXPECT_EQ(st.msg, "No matching instance found, KeyValue=VT00NOSUCH!");
