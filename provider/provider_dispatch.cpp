@@ -8,8 +8,11 @@
 
 #include "CmpiStatus.h"
 
+#include <cstdint>
 #include <cstdio>
+#include <mutex>
 #include <string>
+#include <unordered_map>
 
 namespace {
 using Log = Veltra_NIC_Utils;
@@ -54,15 +57,85 @@ void LogCaughtStatus(const char* operation, const CmpiStatus& status, const char
 
 namespace {
 
+// What is known of a request class against the dispatch rows, one bit per
+// row: whether the object manager was asked, and whether the class is the
+// row's class or a subclass of it. The hierarchy does not change under a
+// loaded provider, and asking on every request costs a broker call per row
+// passed over, up to forty per request.
+struct RowAnswers {
+    uint64_t asked = 0;
+    uint64_t isA = 0;
+};
+
+class RowAnswerCache {
+public:
+    static constexpr size_t kMaxClasses = 1024; // a client naming random classes cannot grow it further
+
+    RowAnswers get(const std::string& key)
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        const auto it = known_.find(key);
+        return it == known_.end() ? RowAnswers{} : it->second;
+    }
+    void put(const std::string& key, uint64_t bit, bool isA)
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (known_.size() >= kMaxClasses && !known_.count(key))
+            known_.clear();
+        RowAnswers& a = known_[key];
+        a.asked |= bit;
+        if (isA)
+            a.isA |= bit;
+    }
+
+private:
+    std::mutex mutex_;
+    std::unordered_map<std::string, RowAnswers> known_;
+};
+
+RowAnswerCache g_rowAnswers;
+
+// Namespace and class name, the name folded to lower case (CIM names are
+// ASCII and compare ignoring case).
+std::string classKey(const CmpiObjectPath& cop)
+{
+    const CmpiString nameSpace = cop.getNameSpace();
+    std::string key = nameSpace.charPtr() ? nameSpace.charPtr() : "";
+    key += ':';
+    const CmpiString name = cop.getClassName();
+    for (const char* c = name.charPtr(); c && *c; ++c)
+        key += (*c >= 'A' && *c <= 'Z') ? static_cast<char>(*c - 'A' + 'a') : *c;
+    return key;
+}
+
 // The first row of `order` whose family has the handler the request needs
 // (`has`) and whose class the request's class is-a (class or subclass).
-// Rows without a handler family count as not listed.
+// Rows without a handler family count as not listed. The object manager is
+// asked in the same order as without the cache, only never twice.
 template <class Has>
 const ClassHandlers* findHandlers(const DispatchOrder& order, const CmpiObjectPath& cop, Has has)
 {
+    const bool cached = g_DispatchTableSize <= 64;
+    const std::string key = cached ? classKey(cop) : std::string();
+    RowAnswers answers = cached ? g_rowAnswers.get(key) : RowAnswers{};
     for (size_t i = 0; i < order.count; ++i) {
         const DispatchRow& row = g_DispatchTable[order.rows[i]];
-        if (row.handlers && has(*row.handlers) && cop.classPathIsA(row.className))
+        if (!row.handlers || !has(*row.handlers))
+            continue;
+        const uint64_t bit = cached ? uint64_t{1} << order.rows[i] : 0;
+        if (!(answers.asked & bit)) {
+            const bool isA = cop.classPathIsA(row.className);
+            if (!cached) {
+                if (isA)
+                    return row.handlers;
+                continue;
+            }
+            g_rowAnswers.put(key, bit, isA);
+            answers.asked |= bit;
+            if (isA)
+                answers.isA |= bit;
+        }
+        if (answers.isA & bit)
             return row.handlers;
     }
     return nullptr;

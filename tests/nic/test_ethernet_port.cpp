@@ -93,6 +93,7 @@ protected:
     void firmwareDumpOf(uint64_t size, size_t expectedChunks)
     {
         start("", "\"VTAPI_NicGetFirmwareDump\": {\"dump_size\": " + std::to_string(size) + "}");
+        fs::remove_all(at("/var/tmp")); // made with its parents when missing
         const vcim::Status taken = invoke("vmnic4", "GetFirmwareDump", {arg("OnDemand", CMPI_uint64, 1)});
         ASSERT_TRUE(taken.ok()) << taken.msg;
         EXPECT_EQ(outNumber("TotalImageBufferSize"), size);

@@ -28,6 +28,11 @@ void* operator new(size_t size, const std::nothrow_t&) noexcept {
     ++g_allocations;
     return std::malloc(size ? size : 1);
 }
+// These replace the global forms, so freeing with free is their match (GCC's
+// optimizer sees only a new/free pair at inlined call sites).
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
 void operator delete(void* p) noexcept { std::free(p); }
 void operator delete(void* p, size_t) noexcept { std::free(p); }
 void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }

@@ -221,7 +221,7 @@ VTAPI_STATUS VTAPI_RefreshNPARStats(vtapi_adapter_t* adapter) {
             for (const char* k : {"rx_unicast_frames", "tx_unicast_frames"}) s[k] = num<uint64_t>(s, k, 0) + step;
             for (const char* k : {"rx_bytes", "tx_bytes"}) s[k] = num<uint64_t>(s, k, 0) + step * 1024;
         }
-    refreshRecords(FnRef{r.host, r.a}, false);  // NPAR data only
+    refreshNparStats(FnRef{r.host, r.a});
     return VTAPI_STATUS_OK;
 }
 

@@ -169,6 +169,8 @@ FnRef findAdapterByName(const std::string& serial);
 // `targets` false: only the function's own record (its statistics, port
 // properties), not its targets and LUNs.
 void refreshRecords(const FnRef& r, bool targets = true);
+// Rewrites only the eSwitch counter records of r's adapter.
+void refreshNparStats(const FnRef& r);
 
 // Raises the configuration-change mark (VTAPI_DidConfigChange then returns 1).
 void markConfigChanged();

@@ -445,6 +445,22 @@ void refreshRecords(const FnRef& r, bool targets) {
         if (t && t->host.get() == r.host) refreshIn(*t, ai, pi, fi, targets);
 }
 
+void refreshNparStats(const FnRef& r) {
+    auto l = lock();
+    if (!r.a || !r.host) return;
+    const auto np = r.a->data.find("npar");
+    if (np == r.a->data.end() || !np->is_object() || !np->contains("functions")) return;
+    const json& fns = (*np)["functions"];
+    const size_t ai = static_cast<size_t>(r.a - r.host->adapters.data());
+    for (auto* t : {T().main.get(), T().backup.get()}) {
+        if (!t || t->host.get() != r.host || ai >= t->adapters.size()) continue;
+        _vtapi_npar_info_t* n = t->adapters[ai].rec->npar;
+        if (!n) continue;
+        const size_t count = std::min<size_t>(fns.size(), VTAPI_MAX_NPAR_FUNCS);
+        for (size_t i = 0; i < count; ++i) fillFields(&n->esw_stats[i], fns[i], kEswStatsFields);
+    }
+}
+
 }  // namespace vtsim
 
 // ---- inventory operations --------------------------------------------------------------------
