@@ -6,8 +6,7 @@
 //  - An association factory, so the object manager can send association
 //    requests to the provider's association operations.
 //  - Access to what the object manager cannot see: the use count, the stop
-//    of the polling loop, the diagnostic flag, the FC port list, the
-//    indication operations and GetCMPIErrorString.
+//    of the polling loop, the diagnostic flag and the FC port list.
 #include "frame_hooks.h"
 
 #include "Veltra_Adapter_Provider.h"
@@ -19,7 +18,6 @@
 #include "CmpiArgs.h"
 #include "CmpiData.h"
 #include "CmpiProviderBase.h"
-#include "CmpiSelectExp.h"
 
 #include <strings.h>
 
@@ -38,8 +36,6 @@ namespace {
 std::mutex g_eventsMutex;
 std::string g_events;
 int g_behaviour[64];
-const ClassHandlers* g_builtIn[64];
-bool g_saved = false;
 
 // The provider object the factories made (the polling thread publishes it
 // in g_Veltra_Adapter_Provider only when it starts).
@@ -241,17 +237,6 @@ CMPIStatus assocCleanup(CMPIAssociationMI*, const CMPIContext*, CMPIBoolean)
     return CMPIStatus{CMPI_RC_OK, nullptr};
 }
 
-CMPIStatus associators(CMPIAssociationMI*, const CMPIContext* ctx, const CMPIResult* rslt,
-                       const CMPIObjectPath* op, const char* assocClass, const char* resultClass,
-                       const char* role, const char* resultRole, const char** properties)
-{
-    return drive([&](Veltra_Adapter_Provider& p) {
-        Result r(rslt);
-        return p.associators(CmpiContext(ctx), r, CmpiObjectPath(op), assocClass, resultClass, role,
-                             resultRole, properties);
-    });
-}
-
 CMPIStatus associatorNames(CMPIAssociationMI*, const CMPIContext* ctx, const CMPIResult* rslt,
                            const CMPIObjectPath* op, const char* assocClass, const char* resultClass,
                            const char* role, const char* resultRole)
@@ -260,16 +245,6 @@ CMPIStatus associatorNames(CMPIAssociationMI*, const CMPIContext* ctx, const CMP
         Result r(rslt);
         return p.associatorNames(CmpiContext(ctx), r, CmpiObjectPath(op), assocClass, resultClass, role,
                                  resultRole);
-    });
-}
-
-CMPIStatus references(CMPIAssociationMI*, const CMPIContext* ctx, const CMPIResult* rslt,
-                      const CMPIObjectPath* op, const char* resultClass, const char* role,
-                      const char** properties)
-{
-    return drive([&](Veltra_Adapter_Provider& p) {
-        Result r(rslt);
-        return p.references(CmpiContext(ctx), r, CmpiObjectPath(op), resultClass, role, properties);
     });
 }
 
@@ -282,14 +257,10 @@ CMPIStatus referenceNames(CMPIAssociationMI*, const CMPIContext* ctx, const CMPI
     });
 }
 
+// The object manager sends only the name requests.
 CMPIAssociationMIFT g_assocFT = {CMPICurrentVersion, CMPICurrentVersion, "associationVeltra_Adapter_Provider",
-                                 assocCleanup,       associators,        associatorNames,
-                                 references,         referenceNames};
+                                 assocCleanup, nullptr, associatorNames, nullptr, referenceNames};
 CMPIAssociationMI g_assocMI = {nullptr, &g_assocFT};
-
-struct SelectExp : CmpiSelectExp {
-    SelectExp() {}
-};
 
 } // namespace
 
@@ -297,11 +268,6 @@ extern "C" {
 
 int vtframe_install(const char* className, int behaviour, int withBroker)
 {
-    if (!g_saved) {
-        for (size_t i = 0; i < g_DispatchTableSize; ++i)
-            g_builtIn[i] = g_DispatchTable[i].handlers;
-        g_saved = true;
-    }
     int installed = -1;
     for (size_t i = 0; i < g_DispatchTableSize && i < kRows; ++i) {
         if (className && strcmp(className, g_DispatchTable[i].className) != 0)
@@ -324,10 +290,6 @@ void vtframe_events(char* buffer, size_t size)
 
 size_t vtframe_row_count() { return g_DispatchTableSize; }
 const char* vtframe_row_class(size_t row) { return row < g_DispatchTableSize ? g_DispatchTable[row].className : nullptr; }
-int vtframe_row_has_handlers(size_t row)
-{
-    return row < g_DispatchTableSize && (g_saved ? g_builtIn[row] : g_DispatchTable[row].handlers) ? 1 : 0;
-}
 
 int vtframe_use_count() { return baseVeltra_Adapter_Provider.getUseCount(); }
 
@@ -372,40 +334,6 @@ int vtframe_invalidate_fc_port(unsigned index)
     g_FCPortList.entries[index].valid = 0;
     return 0;
 }
-
-const char* vtframe_cmpi_error_string(int rc) { return GetCMPIErrorString(rc); }
-
-int vtframe_is_property_in_filter(const char* name, const char** properties)
-{
-    return IsPropertyInFilter(name, properties) ? 1 : 0;
-}
-
-// Calls one indication operation (0 authorize, 1 mustPoll, 2 activate,
-// 3 deactivate, 4 enable, 5 disable); returns the subscription count and
-// the enabled flag in *enabled.
-int vtframe_indication(int operation, int* enabled)
-{
-    Veltra_Adapter_Provider* p = provider();
-    if (!p)
-        return -1;
-    const CmpiContext ctx(nullptr);
-    const SelectExp se;
-    const CmpiObjectPath op(static_cast<const CMPIObjectPath*>(nullptr));
-    switch (operation) {
-    case 0: p->authorizeFilter(ctx, se, "Veltra_Server", op, "root"); break;
-    case 1: p->mustPoll(ctx, se, "Veltra_Server", op); break;
-    case 2: p->activateFilter(ctx, se, "Veltra_Server", op, 1); break;
-    case 3: p->deActivateFilter(ctx, se, "Veltra_Server", op, 1); break;
-    case 4: p->enableIndications(ctx); break;
-    case 5: p->disableIndications(ctx); break;
-    default: return -1;
-    }
-    if (enabled)
-        *enabled = Veltra_Adapter_Provider::m_bIndicationEnabled ? 1 : 0;
-    return Veltra_Adapter_Provider::m_numSubscriptions;
-}
-
-CMPIAssociationMI* vtframe_association_mi() { return &g_assocMI; }
 
 CMPIAssociationMI* Veltra_Adapter_Provider_Create_AssociationMI(const CMPIBroker*, const CMPIContext*,
                                                                 CMPIStatus* rc)

@@ -25,7 +25,6 @@ typedef int (*vtframe_install_fn)(const char* className, int behaviour, int with
 typedef void (*vtframe_events_fn)(char* buffer, size_t size);
 typedef size_t (*vtframe_row_count_fn)();
 typedef const char* (*vtframe_row_class_fn)(size_t row);
-typedef int (*vtframe_row_has_handlers_fn)(size_t row);
 typedef int (*vtframe_use_count_fn)();
 typedef int (*vtframe_locks_held_fn)(); // bit 0 provider_lock, bit 1 provider_write_lock
 typedef void (*vtframe_stop_polling_fn)();
@@ -36,8 +35,4 @@ typedef unsigned (*vtframe_fc_ports_fn)(char* ids, size_t size);
 // Clears the valid flag of FC port entry `index` (under provider_lock), as
 // an entry that was never filled has it; returns 0, or -1 when none.
 typedef int (*vtframe_invalidate_fc_port_fn)(unsigned index);
-typedef const char* (*vtframe_cmpi_error_string_fn)(int rc);
-typedef int (*vtframe_is_property_in_filter_fn)(const char* name, const char** properties);
-typedef int (*vtframe_indication_fn)(int operation, int* enabled);
-typedef CMPIAssociationMI* (*vtframe_association_mi_fn)();
 }

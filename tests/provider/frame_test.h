@@ -29,7 +29,6 @@
 namespace fs = std::filesystem;
 
 inline constexpr const char* kLogFile = "/var/log/Veltra_Adapter_Provider.log";
-inline constexpr const char* kPrevLogFile = "/var/log/Veltra_Adapter_Provider_prev.log";
 inline constexpr const char* kPropertiesFile = "/etc/cim/veltra/veltra_adapter_provider.properties";
 
 class FrameTest : public ::testing::Test {

@@ -3,37 +3,12 @@
 // names it. The object manager must come through that without a crash.
 #include "frame_test.h"
 
-#include <cstdlib>
-#include <optional>
-
-namespace {
-
-// mtrace() writes to the file MALLOC_TRACE names: keep it off the machine's
-// files while the test runs.
-class NoMallocTrace {
-public:
-    NoMallocTrace()
-    {
-        if (const char* trace = getenv("MALLOC_TRACE"))
-            saved_ = trace;
-        unsetenv("MALLOC_TRACE");
-    }
-    ~NoMallocTrace()
-    {
-        if (saved_)
-            setenv("MALLOC_TRACE", saved_->c_str(), 1);
-    }
-
-private:
-    std::optional<std::string> saved_;
-};
-
-} // namespace
-
 TEST_F(FrameTest, MemoryTracingUnloadLeavesNoLiveRecordBehind)
 {
     checkRequests_ = false;  // nameless and undeclared classes reach the provider
-    const NoMallocTrace noTrace;
+    // mtrace() writes to the file MALLOC_TRACE names: keep it off the machine's
+    // files (unset for the rest of the process, tracing simply stays off).
+    unsetenv("MALLOC_TRACE");
     properties("ErrorLog=1\nDebugLog=1\nMemoryTracing=1\n");
 
     // Through the object manager's own unload: both cleanups, the second one

@@ -83,11 +83,7 @@ TEST_F(FrameTest, ConfigurationChangeRebuildsTheInventoryUnderTheRightLocks)
 
     // A method request holds both locks: no backup build until it ends.
     ASSERT_EQ(vtsim_stage_host_json(kSmallHost), 0);
-    vcim::MethodResult result;
-    ASSERT_TRUE(broker()
-                    .invokeMethod(keyPath("Veltra_Server", "s"), "Probe", {{"Mode", vcim::Value::string("x")}},
-                                  result)
-                    .ok());
+    ASSERT_TRUE(invoke(keyPath("Veltra_Server", "s"), "Probe", {{"Mode", vcim::Value::string("x")}}).ok());
     EXPECT_EQ(events(), std::vector<std::string>{"invokeMethod Veltra_Server P1 W1 backups=0 swaps=0 Probe"});
     EXPECT_TRUE(waitUntil([&] { return fcPorts() == 1u; }, 3000));
 }
