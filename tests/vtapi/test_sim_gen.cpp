@@ -46,18 +46,16 @@ int gen(const std::string& args, const std::string& out) {
 }
 
 struct Counts {
-    unsigned adapters = 0, ports = 0, fc = 0, fcoe = 0, nic = 0, iscsi = 0, targets = 0, luns = 0;
-    std::set<std::string> wwns, names;
+    unsigned ports = 0, fc = 0, fcoe = 0, nic = 0, iscsi = 0, targets = 0, luns = 0;
+    std::set<std::string> wwns;  // function names are unique or the description would not load
 };
 
 Counts count() {
     Counts c;
     for (auto* a = VTAPI_GetAdapterList()->first; a; a = a->next) {
-        ++c.adapters;
         for (auto* p = a->phy_ports ? a->phy_ports->first : nullptr; p; p = p->next) {
             ++c.ports;
             for (auto* f = p->protocols ? p->protocols->first : nullptr; f; f = f->next) {
-                c.names.insert(f->name);
                 unsigned* kinds[] = {&c.fc, &c.fcoe, &c.nic, &c.iscsi};
                 ++*kinds[f->protocol_type & 3];
                 if (f->protocol_type >= VTAPI_PROTOCOL_NIC) continue;
@@ -95,22 +93,14 @@ TEST_F(Gen, ShapeFollowsTheOptions) {
     EXPECT_EQ(c.fc, 48u);
     EXPECT_EQ(c.luns, 48u * 5 * 7);
     EXPECT_EQ(c.wwns.size(), 48u) << "port WWNs are unique";
-    EXPECT_EQ(c.names.size(), 48u);
 
     loadGenerated("--kind cna --adapters 3 --ports 2 --targets 1 --luns 1 --vfs 8");
     c = count();
     EXPECT_EQ(c.nic + c.fcoe + c.iscsi, 18u);
     EXPECT_EQ(c.fc, 0u);
     EXPECT_NE(VTAPI_GetAdapterList()->first->npar, nullptr);
-    {
-        auto g = vtsim::lock();
-        EXPECT_EQ(vtsim::host().adapters[0].ports[0].functions[0].data["nic"]["sriov"]["num_vfs"], 8);
-    }
-
-    loadGenerated("--kind mix --adapters 10");
-    c = count();
-    EXPECT_EQ(c.adapters, 10u);
-    EXPECT_GT(c.fc * c.nic * c.iscsi, 0u);
+    auto g = vtsim::lock();
+    EXPECT_EQ(vtsim::host().adapters[0].ports[0].functions[0].data["nic"]["sriov"]["num_vfs"], 8);
 }
 
 // A target or a LUN costs a few allocations (its description's object, its
