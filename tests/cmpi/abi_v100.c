@@ -1,38 +1,17 @@
-/* The headers compiled at CMPI level 1.0: the 2.0-only members vanish and
-   the layout pins stay silent. */
+/* The headers compiled at CMPI level 1.0: the 2.0-only members vanish, the
+   layout pins stay silent, and the tables take their 1.0 sizes. */
 #define CMPI_VERSION 100
 
-#include <string.h>
-
-#include "abi_calls.h"
 #include "cmpi_layout_check.h"
 #include "cmpimacs.h"
 
-int cmpi_v100_current_version(void) { return CMPICurrentVersion; }
-
-int cmpi_v100_has_level_86(void) {
-#ifdef CMPI_VER_86
-  return 1;
-#else
-  return 0;
+#ifndef CMPI_VER_86
+#error "a level-1.0 build keeps the indication MI's enable/disable members"
 #endif
-}
-
-size_t cmpi_v100_size(const char *type) {
-  static const struct {
-    const char *name;
-    size_t size;
-  } sizes[] = {
-      {"CMPIBroker", sizeof(CMPIBroker)},
-      {"CMPIBrokerEncFT", sizeof(CMPIBrokerEncFT)},
-      {"CMPIResultFT", sizeof(CMPIResultFT)},
-      {"CMPIInstanceFT", sizeof(CMPIInstanceFT)},
-      {"CMPIPropertyMIFT", sizeof(CMPIPropertyMIFT)},
-      {"CMPIIndicationMIFT", sizeof(CMPIIndicationMIFT)},
-  };
-  size_t i;
-  for (i = 0; i < sizeof sizes / sizeof sizes[0]; i++)
-    if (strcmp(sizes[i].name, type) == 0)
-      return sizes[i].size;
-  return 0;
-}
+_Static_assert(CMPICurrentVersion == 100, "CMPICurrentVersion at level 1.0");
+_Static_assert(sizeof(CMPIBroker) == 32, "CMPIBroker without mft");
+_Static_assert(sizeof(CMPIBrokerEncFT) == 136, "CMPIBrokerEncFT at 1.0");
+_Static_assert(sizeof(CMPIResultFT) == 56, "CMPIResultFT at 1.0");
+_Static_assert(sizeof(CMPIInstanceFT) == 80, "CMPIInstanceFT at 1.0");
+_Static_assert(sizeof(CMPIPropertyMIFT) == 40, "CMPIPropertyMIFT at 1.0");
+_Static_assert(sizeof(CMPIIndicationMIFT) == 72, "CMPIIndicationMIFT at 1.0");
