@@ -56,7 +56,6 @@ protected:
         return entries;
     }
     std::string setting(const std::string& key, const char* property) { return get(kConfig, key)[property]; }
-
 };
 
 TEST_F(ESwitchTest, UpdateConfigurationChangesSavesAndKeepsJobEntries)
