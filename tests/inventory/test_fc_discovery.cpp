@@ -120,22 +120,6 @@ TEST_F(FCDiscovery, ChipTypesGroupsAndBoards)
               0);
 }
 
-TEST_F(FCDiscovery, PCIWidthAndSpeedTexts)
-{
-    char text[32];
-    std::string widths, speeds;
-    for (uint32_t code : {1, 2, 4, 8, 16, 24, 32, 0})
-        widths += (GetPCIWidthString(code, text) ? text : "<failed>") + std::string(",");
-    for (uint32_t code : {1, 2, 3, 4, 8, 5, 0})
-        speeds += (GetPCISpeedString(code, text) ? text : "<failed>") + std::string(",");
-    EXPECT_EQ(widths, "x1,x2,x4,x8,x16,x32,Unknown Width,Unknown Width,");
-    EXPECT_EQ(speeds, "2.5 Gtps,5.0 Gtps,8 Gtps,16 Gtps,32 Gtps,Unknown Speed,Unknown Speed,");
-    EXPECT_FALSE(GetPCIWidthString(4, nullptr, 32) || GetPCISpeedString(4, nullptr, 32));
-    char small[4];
-    ASSERT_TRUE(GetPCISpeedString(1, small));
-    EXPECT_STREQ(small, "2.5");
-}
-
 TEST_F(FCDiscovery, FullVPDImageFillsLabelledTexts)
 {
     parseExact(buildVpd("Veltra 32Gb FC HBA",
@@ -327,8 +311,22 @@ TEST_F(FCDiscovery, MacAddressAndPCILocationOfAnEntry)
     EXPECT_EQ(GetPCIPortInfo(fn, &fn->device, 0), 1);
 }
 
-TEST_F(FCDiscovery, VersionAndCleanText)
+// PCI link texts, versions and cleaned texts.
+TEST_F(FCDiscovery, PCIVersionAndCleanTexts)
 {
+    char text[32];
+    std::string widths, speeds;
+    for (uint32_t code : {1, 2, 4, 8, 16, 24, 32, 0})
+        widths += (GetPCIWidthString(code, text) ? text : "<failed>") + std::string(",");
+    for (uint32_t code : {1, 2, 3, 4, 8, 5, 0})
+        speeds += (GetPCISpeedString(code, text) ? text : "<failed>") + std::string(",");
+    EXPECT_EQ(widths, "x1,x2,x4,x8,x16,x32,Unknown Width,Unknown Width,");
+    EXPECT_EQ(speeds, "2.5 Gtps,5.0 Gtps,8 Gtps,16 Gtps,32 Gtps,Unknown Speed,Unknown Speed,");
+    EXPECT_FALSE(GetPCIWidthString(4, nullptr, 32) || GetPCISpeedString(4, nullptr, 32));
+    char small[4];
+    ASSERT_TRUE(GetPCISpeedString(1, small));
+    EXPECT_STREQ(small, "2.5");
+
     const struct {
         const char* in;
         int sum;
@@ -337,7 +335,6 @@ TEST_F(FCDiscovery, VersionAndCleanText)
                     {"", 0, "N/A"},           {"v.x", 0, "N/A"},    {"1.-1", 0, "N/A"},
                     {"9.12.01", 22, "9.12.01"}};
     for (const auto& v : versions) {
-        char text[32];
         snprintf(text, sizeof text, "%s", v.in);
         EXPECT_EQ(getVersion(text), v.sum) << v.in;
         EXPECT_STREQ(text, v.out) << v.in;

@@ -29,7 +29,9 @@ const char* const kMixedHost = R"({"adapters": [
   {"name": "VTNIC00006", "kind": "nic", "ports": [{"functions": [{"type": "nic"}]}]},
   {"name": "VTODD00007", "kind": 9, "ports": null}]})";
 
-TEST_F(ProviderClassTest, ServerCountsAdaptersByKindAndIsNamedByTheHostAddress)
+// The server counts adapters by kind and is named by the host address; the
+// inventory holds the FC and FCoE functions in tree order.
+TEST_F(ProviderClassTest, ServerCountsAndFCInventoryOfAMixedHost)
 {
     start(kMixedHost);
     const auto servers = instances(kServer);
@@ -38,6 +40,23 @@ TEST_F(ProviderClassTest, ServerCountsAdaptersByKindAndIsNamedByTheHostAddress)
         {"InstanceID", "127.0.0.1"}, {"InstrumentationVersion", "1.7.40"}, {"NoOfNICAdapters", "2"},
         {"NoOfFCAdapters", "1"},     {"NoOfiSCSIAdapters", "1"},           {"NoOfCNAAdapters", "3"}};
     EXPECT_EQ(texts(servers[0]), expected);
+
+    EXPECT_EQ(keys(kFCPort),
+              (std::vector<std::string>{"VTFC000002_20:00:00:1f:ee:00:02:00_21:00:00:1f:ee:00:02:00",
+                                        "VTFC000002_20:00:00:1f:ee:00:02:02_21:00:00:1f:ee:00:02:02",
+                                        "VTCNA00003_20:00:00:1f:ee:00:03:00_21:00:00:1f:ee:00:03:00",
+                                        "VTCNA00004_20:00:00:1f:ee:00:04:00_21:00:00:1f:ee:00:04:00"}));
+    // The port after the one without protocol list keeps its own number.
+    EXPECT_EQ(get(kFCPort, "vtfc000002_20:00:00:1F:EE:00:02:02_21:00:00:1F:EE:00:02:02").at("PhyPortNumber"), "2");
+
+    // FCoE on a converged chip: its ENode MAC (the converged rate is checked
+    // with the FC port class); on another chip neither.
+    const auto converged = get(kFCPort, "VTCNA00003_20:00:00:1f:ee:00:03:00_21:00:00:1f:ee:00:03:00");
+    EXPECT_EQ(converged.at("ENodeMACAddress"), "00:1F:EE:00:03:0A");
+    EXPECT_EQ(converged.at("FCoEInfoValid"), "1");
+    const auto other = get(kFCPort, "VTCNA00004_20:00:00:1f:ee:00:04:00_21:00:00:1f:ee:00:04:00");
+    EXPECT_EQ(other.at("ENodeMACAddress"), "Not Available");
+    EXPECT_EQ(other.at("Speed"), "17000000000");
 
     // Without an adapter list every count is 0.
     ASSERT_EQ(vtsim_fault("VTAPI_GetAdapterList", 0, 1), 0);
@@ -55,27 +74,6 @@ TEST_F(ProviderClassTest, ServerOfAHostWhoseNameDoesNotResolve)
     const auto server = get(kServer, "veltra-unresolvable.INVALID");
     EXPECT_EQ(server.at("InstanceID"), "Veltra-Unresolvable.invalid");
     EXPECT_EQ(server.at("NoOfFCAdapters"), "0");
-}
-
-TEST_F(ProviderClassTest, InventoryHoldsTheFCAndFCoEFunctionsInTreeOrder)
-{
-    start(kMixedHost);
-    EXPECT_EQ(keys(kFCPort),
-              (std::vector<std::string>{"VTFC000002_20:00:00:1f:ee:00:02:00_21:00:00:1f:ee:00:02:00",
-                                        "VTFC000002_20:00:00:1f:ee:00:02:02_21:00:00:1f:ee:00:02:02",
-                                        "VTCNA00003_20:00:00:1f:ee:00:03:00_21:00:00:1f:ee:00:03:00",
-                                        "VTCNA00004_20:00:00:1f:ee:00:04:00_21:00:00:1f:ee:00:04:00"}));
-    // The port after the one without protocol list keeps its own number.
-    EXPECT_EQ(get(kFCPort, "vtfc000002_20:00:00:1F:EE:00:02:02_21:00:00:1F:EE:00:02:02").at("PhyPortNumber"), "2");
-
-    // FCoE on a converged chip: its ENode MAC (the converged rate is checked
-    // with the FC port class); on another chip neither.
-    const auto converged = get(kFCPort, "VTCNA00003_20:00:00:1f:ee:00:03:00_21:00:00:1f:ee:00:03:00");
-    EXPECT_EQ(converged.at("ENodeMACAddress"), "00:1F:EE:00:03:0A");
-    EXPECT_EQ(converged.at("FCoEInfoValid"), "1");
-    const auto other = get(kFCPort, "VTCNA00004_20:00:00:1f:ee:00:04:00_21:00:00:1f:ee:00:04:00");
-    EXPECT_EQ(other.at("ENodeMACAddress"), "Not Available");
-    EXPECT_EQ(other.at("Speed"), "17000000000");
 }
 
 TEST_F(ProviderClassTest, DuplicateInstanceIDsAnswerWithTheFirstEntry)

@@ -142,7 +142,9 @@ TEST_F(EthernetPortTest, InstancesShowLiveValuesAndLeaveOutWhatTheLibraryCannotR
     EXPECT_EQ(tryGet(kClass, "vmnic9").rc, CMPI_RC_ERR_NOT_FOUND);
 }
 
-TEST_F(EthernetPortTest, ModifyWritesListedGroupsAndMiniDumpSettings)
+// Modify of the port (listed groups, mini-dump settings) and of its DCB
+// parameters (listed fields; percentages checked before the library is asked).
+TEST_F(EthernetPortTest, ModifyWritesListedPropertiesAndRefusesBadOnes)
 {
     start();
     const vcim::Property rx = arg("rx_buffers", CMPI_uint32, 2048);
@@ -189,6 +191,43 @@ TEST_F(EthernetPortTest, ModifyWritesListedGroupsAndMiniDumpSettings)
         EXPECT_EQ(s.rc, CMPI_RC_ERR_NOT_FOUND) << f.op;
         EXPECT_EQ(s.msg, f.message) << f.op;
     }
+
+    const char* const dcb = "Veltra_EthernetPort_DCBParams";
+    auto groups = [](std::vector<uint64_t> values) {
+        std::vector<vcim::Value> elems;
+        for (uint64_t v : values)
+            elems.push_back(vcim::Value::uint(CMPI_uint8, v));
+        return vcim::Property{"GroupPercentages", vcim::Value::array(CMPI_uint8, elems)};
+    };
+    ASSERT_TRUE(modify("vmnic4", {arg("IsWilling", CMPI_uint8, 0), groups({10, 20, 30, 40, 0, 0, 0, 0})},
+                       {"IsWilling", "GroupPercentages"}, dcb)
+                    .ok());
+    p = get("vmnic4", dcb);
+    EXPECT_EQ(p["IsWilling"], "0");
+    EXPECT_EQ(p["GroupPercentages"], "10,20,30,40,0,0,0,0");
+
+    vtsim_log_clear();
+    for (const auto& bad : {groups({50, 50, 0, 0, 0, 0, 0}), groups({50, 40, 0, 0, 0, 0, 0, 0})}) {
+        const vcim::Status refused = modify("vmnic4", {bad}, {"GroupPercentages"}, dcb);
+        EXPECT_EQ(refused.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+        EXPECT_EQ(refused.msg, "Invalid argument [GroupPercentages]!");
+    }
+    EXPECT_EQ(calls("VTAPI_GetDCBXConfig") + calls("VTAPI_SetDCBXConfig"), 0u);
+
+    // An empty list rewrites the record unchanged.
+    ASSERT_TRUE(modify("vmnic4", {arg("IsWilling", CMPI_uint8, 1)}, {}, dcb).ok());
+    EXPECT_EQ(calls("VTAPI_SetDCBXConfig"), 1u);
+    EXPECT_EQ(get("vmnic4", dcb), p);
+
+    ASSERT_EQ(vtsim_fault("VTAPI_GetDCBXConfig", 4, 1), 0);
+    s = modify("vmnic4", {}, {}, dcb);
+    EXPECT_EQ(s.rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_EQ(s.msg, "Failed to update configuration, ErrorCode=4!");
+    ASSERT_EQ(vtsim_fault("VTAPI_SetDCBXConfig", 4, 1), 0);
+    s = modify("vmnic4", {}, {}, dcb);
+    EXPECT_EQ(s.msg, "Failed to update HBA parameters");
+    s = modify("vmnic9", {}, {}, dcb);
+    EXPECT_EQ(s.msg, "No matching instance found, KeyValue=vmnic9!");
 }
 
 TEST_F(EthernetPortTest, MethodsCheckArgumentsAndReportLibraryFailures)
@@ -355,47 +394,6 @@ TEST_F(EthernetPortTest, PortAndStatisticsViewsOfEachFunction)
     std::map<std::string, std::string> nic = get("vmnic4", "VeltraNIC_Port_NIC_Stats");
     EXPECT_EQ(nic.size(), 35u);
     EXPECT_EQ(std::stoull(get("vmnic4", "VeltraNIC_Port_XGMAC_Stats")["txPkts"]), before + 5);
-}
-
-TEST_F(EthernetPortTest, DCBModifyWritesListedFieldsAndRefusesBadPercentages)
-{
-    start();
-    const char* const dcb = "Veltra_EthernetPort_DCBParams";
-    auto groups = [](std::vector<uint64_t> values) {
-        std::vector<vcim::Value> elems;
-        for (uint64_t v : values)
-            elems.push_back(vcim::Value::uint(CMPI_uint8, v));
-        return vcim::Property{"GroupPercentages", vcim::Value::array(CMPI_uint8, elems)};
-    };
-    ASSERT_TRUE(modify("vmnic4", {arg("IsWilling", CMPI_uint8, 0), groups({10, 20, 30, 40, 0, 0, 0, 0})},
-                       {"IsWilling", "GroupPercentages"}, dcb)
-                    .ok());
-    std::map<std::string, std::string> p = get("vmnic4", dcb);
-    EXPECT_EQ(p["IsWilling"], "0");
-    EXPECT_EQ(p["GroupPercentages"], "10,20,30,40,0,0,0,0");
-
-    vtsim_log_clear();
-    for (const auto& bad : {groups({50, 50, 0, 0, 0, 0, 0}), groups({50, 40, 0, 0, 0, 0, 0, 0})}) {
-        const vcim::Status s = modify("vmnic4", {bad}, {"GroupPercentages"}, dcb);
-        EXPECT_EQ(s.rc, CMPI_RC_ERR_INVALID_PARAMETER);
-        EXPECT_EQ(s.msg, "Invalid argument [GroupPercentages]!");
-    }
-    EXPECT_EQ(calls("VTAPI_GetDCBXConfig") + calls("VTAPI_SetDCBXConfig"), 0u);
-
-    // An empty list rewrites the record unchanged.
-    ASSERT_TRUE(modify("vmnic4", {arg("IsWilling", CMPI_uint8, 1)}, {}, dcb).ok());
-    EXPECT_EQ(calls("VTAPI_SetDCBXConfig"), 1u);
-    EXPECT_EQ(get("vmnic4", dcb), p);
-
-    ASSERT_EQ(vtsim_fault("VTAPI_GetDCBXConfig", 4, 1), 0);
-    vcim::Status s = modify("vmnic4", {}, {}, dcb);
-    EXPECT_EQ(s.rc, CMPI_RC_ERR_NOT_FOUND);
-    EXPECT_EQ(s.msg, "Failed to update configuration, ErrorCode=4!");
-    ASSERT_EQ(vtsim_fault("VTAPI_SetDCBXConfig", 4, 1), 0);
-    s = modify("vmnic4", {}, {}, dcb);
-    EXPECT_EQ(s.msg, "Failed to update HBA parameters");
-    s = modify("vmnic9", {}, {}, dcb);
-    EXPECT_EQ(s.msg, "No matching instance found, KeyValue=vmnic9!");
 }
 
 } // namespace
