@@ -6,7 +6,6 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 
 namespace {
 
@@ -64,19 +63,16 @@ TEST_F(HelpersTest, StringHelpers)
     EXPECT_EQ(dst[4], '#') << "nothing written past size";
     EXPECT_EQ(safeStrCpy(dst, "0123456789", 16), 10u);
     EXPECT_STREQ(dst, "0123456789");
-    EXPECT_EQ(safeStrCpy(dst, "0123456789", 11), 10u);
+    EXPECT_EQ(safeStrCpy(dst, "0123456789", 11), 10u) << "exactly fits";
     EXPECT_EQ(safeStrCpy(dst, "abc", 1), 0u);
     EXPECT_STREQ(dst, "");
-    EXPECT_EQ(safeStrCpy(nullptr, "abc", 4), 0u);
-    EXPECT_EQ(safeStrCpy(dst, nullptr, 4), 0u);
-    EXPECT_EQ(safeStrCpy(dst, "abc", 0), 0u);
+    EXPECT_EQ(safeStrCpy(nullptr, "abc", 4) + safeStrCpy(dst, nullptr, 4) + safeStrCpy(dst, "abc", 0), 0u);
 
     using V = std::vector<std::string>;
     EXPECT_EQ(SplitString("vmnic0##3##7", '#'), (V{"vmnic0", "", "3", "", "7"}));
     EXPECT_EQ(SplitString("a.b.", '.'), (V{"a", "b"}));
     EXPECT_EQ(SplitString(".a", '.'), (V{"", "a"}));
     EXPECT_EQ(SplitString("", '.'), V{});
-    EXPECT_EQ(SplitString("6", '.'), V{"6"});
 
     EXPECT_EQ(Trim(" \t key = value \r\n"), "key = value");
     EXPECT_EQ(Trim(" \t\n"), "");
@@ -85,16 +81,16 @@ TEST_F(HelpersTest, StringHelpers)
     EXPECT_EQ(MACAddressToString2(nullptr), "");
 }
 
+// The compact IPv6 form (the leftmost longest zero run, optionally with
+// leading zeros) and the bytes each address writer clears.
 TEST_F(HelpersTest, CompactIPv6Text)
 {
-    EXPECT_EQ(compact("fe80:0:0:0:2:0:0:1"), "fe80::2:0:0:1");
-    EXPECT_EQ(compact("2001:db8:0:1:1:1:1:1"), "2001:db8::1:1:1:1:1");
-    EXPECT_EQ(compact("::"), "::");
-    EXPECT_EQ(compact("1:0:0:1:0:0:1:1"), "1::1:0:0:1:1") << "leftmost of equal runs";
-    EXPECT_EQ(compact("1:2:3:4:5:6:7:0"), "1:2:3:4:5:6:7::");
-    EXPECT_EQ(compact("0:0:1:2:3:4:5:6"), "::1:2:3:4:5:6");
-    EXPECT_EQ(compact("12:102:1000:ab:ffff:1:2:3"), "12:102:1000:ab:ffff:1:2:3");
-    EXPECT_EQ(compact("12:102:1000:ab:ffff:1:2:3", true), "0012:0102:1000:00ab:ffff:0001:0002:0003");
+    const std::pair<const char*, const char*> compacted[] = {
+        {"2001:db8:0:1:1:1:1:1", "2001:db8::1:1:1:1:1"}, {"::", "::"}, {"1:0:0:1:0:0:1:1", "1::1:0:0:1:1"},
+        {"1:2:3:4:5:6:7:0", "1:2:3:4:5:6:7::"}, {"0:0:1:2:3:4:5:6", "::1:2:3:4:5:6"},
+        {"12:102:1000:ab:ffff:1:2:3", "12:102:1000:ab:ffff:1:2:3"}};
+    for (const auto& [in, out] : compacted)
+        EXPECT_EQ(compact(in), out) << in;
     EXPECT_EQ(compact("2001:db8:0:0:1:0:0:0", true), "2001:0db8:0000:0000:0001::");
 
     char out[kIPv6TextSize];
@@ -128,56 +124,40 @@ TEST_F(HelpersTest, CompactIPv6Text)
     EXPECT_STREQ(iscsiadapter_IPToStr(nullptr), "");
 }
 
-TEST_F(HelpersTest, LibraryAddressRecordText)
+// Library address records: shown with their prefix lengths, and made from
+// sockets and from text (cleared first; empty for what does not parse).
+TEST_F(HelpersTest, LibraryAddressRecords)
 {
     EXPECT_STREQ(VTAPI_IPADDRToStr(record(2, ipv6("2001:0:0:1:0:0:0:1"), 64)), "2001::1:0:0:0:1/64");
-    EXPECT_STREQ(VTAPI_IPADDRToStr(record(2, ipv6("::"), 8)), "::/8");
-    EXPECT_STREQ(VTAPI_IPADDRToStr(record(2, ipv6("fe80::"), 10)), "fe80::/10");
     EXPECT_STREQ(VTAPI_IPADDRToStr(record(2, ipv6("1:0:2:0:0:3:0:ffff"))), "1::2:0:0:3:0:ffff")
         << "only the first zero run is compressed";
     EXPECT_STREQ(VTAPI_IPADDRToStr(record(1, {10, 0, 200, 255}, 24)), "10.0.200.255") << "no prefix for IPv4";
-    EXPECT_STREQ(VTAPI_IPADDRToStr(record(0, {10, 0, 0, 1})), "");
     EXPECT_STREQ(VTAPI_IPADDRToStr(record(9, ipv6("::1"))), "");
-}
 
-TEST_F(HelpersTest, AddressRecordsFromSocketsAndText)
-{
     vtapi_ipaddr r;
     sockaddr_in v4{};
     v4.sin_family = AF_INET;
     inet_pton(AF_INET, "10.1.2.3", &v4.sin_addr);
     memset(&r, 0xff, sizeof r);
     EXPECT_EQ(sockaddrToVTAPI_IPADDR(&r, reinterpret_cast<sockaddr*>(&v4)), 0);
-    EXPECT_EQ(r.type, 1u);
-    EXPECT_EQ(r.prefix_len, 0);
-    EXPECT_STREQ(VTAPI_IPADDRToStr(r), "10.1.2.3");
-    EXPECT_EQ(r.addr[4], 0);
-
+    EXPECT_EQ(std::string(VTAPI_IPADDRToStr(r)) + " " + std::to_string(r.addr[4]), "10.1.2.3 0");
     sockaddr_in6 v6{};
     v6.sin6_family = AF_INET6;
     inet_pton(AF_INET6, "fe80::1:2", &v6.sin6_addr);
     EXPECT_EQ(sockaddrToVTAPI_IPADDR(&r, reinterpret_cast<sockaddr*>(&v6)), 0);
-    EXPECT_EQ(r.type, 2u);
     EXPECT_STREQ(VTAPI_IPADDRToStr(r), "fe80::1:2");
-
     sockaddr_un local{};
     local.sun_family = AF_UNIX;
     EXPECT_EQ(sockaddrToVTAPI_IPADDR(&r, reinterpret_cast<sockaddr*>(&local)), -1);
     EXPECT_EQ(r.type, 0u) << "the record is cleared first";
 
-    memset(&r, 0xff, sizeof r);
-    EXPECT_EQ(strToVTAPI_IPADDR(&r, "192.168.10.20"), 0);
-    EXPECT_EQ(r.type, 1u);
-    EXPECT_EQ(r.reserved[0], 0);
-    EXPECT_STREQ(VTAPI_IPADDRToStr(r), "192.168.10.20");
-    EXPECT_EQ(strToVTAPI_IPADDR(&r, "2001:db8::7"), 0);
-    EXPECT_EQ(r.type, 2u);
-    EXPECT_EQ(r.addr[15], 7);
-    for (const char* text : {"", "300.1.1.1", "fe80::1::2", "host.example"}) {
+    for (const auto& [text, shown] : {std::pair<const char*, const char*>{"192.168.10.20", "192.168.10.20"},
+                                      {"2001:db8::7", "2001:db8::7"}, {"", ""}, {"300.1.1.1", ""},
+                                      {"fe80::1::2", ""}, {"host.example", ""}}) {
         memset(&r, 0xff, sizeof r);
         EXPECT_EQ(strToVTAPI_IPADDR(&r, text), 0) << text;
-        EXPECT_EQ(r.type, 0u) << text;
-        EXPECT_EQ(r.addr[0], 0) << text;
+        EXPECT_STREQ(VTAPI_IPADDRToStr(r), shown) << text;
+        EXPECT_EQ(r.reserved[0], 0) << text;
     }
     EXPECT_EQ(strToVTAPI_IPADDR(&r, nullptr), -1);
 }
@@ -209,11 +189,6 @@ TEST_F(HelpersTest, ExecCmdCapturesBoundedOutput)
     EXPECT_EQ(exec_cmd("printf 'a%%nb\\n'", out, sizeof out), 0);
     EXPECT_STREQ(out, "a%nb\n");
     EXPECT_EQ(logMessages().at(2), "exec_cmd: buf = [a%nb\n]");
-
-    const int status = exec_cmd("echo partial; exit 3", out, sizeof out);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 3);
-    EXPECT_STREQ(out, "partial\n");
 
     // Far more output than the result buffer holds: kept bounded, and the
     // command still runs to its end.

@@ -24,7 +24,10 @@ protected:
     }
 };
 
-TEST_F(PreferenceFileTest, MissingDefaultFileFailsAndIsNotCreated)
+// A missing default file fails and is not created; a file that is written
+// gets its directory back (the log's, and the preference files'
+// owner-only); a lookup or set creates nothing.
+TEST_F(PreferenceFileTest, MissingFilesAndDirectories)
 {
     char path[kPrefPathSize];
     ASSERT_TRUE(GetPrefFileFullPath(kDefaultPrefFile, path));
@@ -41,12 +44,8 @@ TEST_F(PreferenceFileTest, MissingDefaultFileFailsAndIsNotCreated)
     EXPECT_FALSE(GetPrefFileFullPath(kDefaultPrefFile, path));
     EXPECT_STREQ(path, "");
     EXPECT_EQ(PrefOpenPreferenceFileWriteMode(kDefaultPrefFile), nullptr);
-}
 
-// A file that is written gets its directory back (the log's, and the
-// preference files' owner-only); a lookup or set creates nothing.
-TEST_F(PreferenceFileTest, WritesMakeMissingDirectoriesAndLookupsDoNot)
-{
+    setenv("VELTRA_ROOT", root_.c_str(), 1);
     fs::remove_all(at("/var"));
     EXPECT_EQ(PrefSetProperty(nullptr, "key", "value"), -1);
     EXPECT_TRUE(fs::exists(at("/var/log/Veltra_Adapter_Provider.log")));
@@ -144,10 +143,8 @@ TEST_F(PreferenceFileTest, RewriteAndReadEntries)
     EXPECT_TRUE(PrefIsJobEntryKey("4711#STATUS"));
     for (const char* key : {"#ID", "47a#ID", "47#", "47#A#B", "SER_B_0_1", ""})
         EXPECT_FALSE(PrefIsJobEntryKey(key)) << key;
-}
 
-TEST_F(PreferenceFileTest, LookupComparesEveryToken)
-{
+    // A lookup compares every token.
     write(at(kDefault), "empty=\nx=dup=tail\ndup=real\n=lead\n");
     EXPECT_EQ(value("empty"), "<null>");
     // A value equal to the key matches first and yields the text after it.

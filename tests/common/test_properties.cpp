@@ -28,6 +28,15 @@ TEST_F(PropertiesTest, MissingFileKeepsDefaultsAndNamesThePath)
     EXPECT_EQ(err, "Veltra_NIC_Properties::reload, properties file name: " + root_ +
                        "/etc/cim/veltra/veltra_adapter_provider.properties\n");
     EXPECT_EQ(settings(), "00 00010 180 root/interop veltra/cimv2");
+
+    // The file is read once until a reset, which starts from the defaults.
+    configure("LinkStatusPollIntervalSeconds=60\nErrorLog=1\n");
+    write(at("/etc/cim/veltra/veltra_adapter_provider.properties"), "LinkStatusPollIntervalSeconds=30\n");
+    EXPECT_EQ(props().getLinkStatusPollIntervalSeconds(), 60);
+    EXPECT_TRUE(props().getErrorLog());
+    Veltra_NIC_Properties::resetInstance();
+    EXPECT_EQ(props().getLinkStatusPollIntervalSeconds(), 30);
+    EXPECT_FALSE(props().getErrorLog());
 }
 
 TEST_F(PropertiesTest, FileIsReadWordByWord)
@@ -41,14 +50,12 @@ TEST_F(PropertiesTest, FileIsReadWordByWord)
         {"#ErrorLog=1\n", "00 00010 180 root/interop veltra/cimv2"},
         // Only the key's length is compared; the rest of the word is the value.
         {"ErrorLog1\n", "00 10010 180 root/interop veltra/cimv2"},
-        {"RemoveTempFlashFiles=1\n", "00 00000 180 root/interop veltra/cimv2"},
         {"RemoveTempFlashFile = true\n", "00 00000 180 root/interop veltra/cimv2"},
         {"RemoveTempFlashFile=0 DumpPartialFlashFile=1\n", "00 00001 180 root/interop veltra/cimv2"},
         {"MemoryTracing=yes\n", "00 00010 180 root/interop veltra/cimv2"},
         {"\tmemorytracing===2\t\n", "10 00010 180 root/interop veltra/cimv2"},
         {"CoreLog=True\r\nFlashUpdateLog=7\n", "00 01110 180 root/interop veltra/cimv2"},
         {"LinkStatusPollIntervalSeconds=0\n", "00 00010 0 root/interop veltra/cimv2"},
-        {"LinkStatusPollIntervalSeconds=true\n", "00 00010 0 root/interop veltra/cimv2"},
         {"LinkStatusPollIntervalSeconds=60\n", "00 00010 60 root/interop veltra/cimv2"},
         // The last word ends at the end of the file, unread.
         {"ErrorLog=1\nLinkStatusPollIntervalSeconds=60", "00 10010 180 root/interop veltra/cimv2"},
@@ -64,19 +71,7 @@ TEST_F(PropertiesTest, FileIsReadWordByWord)
     }
 }
 
-TEST_F(PropertiesTest, FileIsReadOnceUntilReset)
-{
-    configure("LinkStatusPollIntervalSeconds=60\nErrorLog=1\n");
-    write(at("/etc/cim/veltra/veltra_adapter_provider.properties"), "LinkStatusPollIntervalSeconds=30\n");
-    EXPECT_EQ(props().getLinkStatusPollIntervalSeconds(), 60);
-    EXPECT_TRUE(props().getErrorLog());
-
-    Veltra_NIC_Properties::resetInstance();
-    EXPECT_EQ(props().getLinkStatusPollIntervalSeconds(), 30);
-    EXPECT_FALSE(props().getErrorLog()) << "a reset starts from the defaults";
-}
-
-TEST_F(PropertiesTest, PropertyFilePathFitsOrKeepsBareName)
+TEST_F(PropertiesTest, PropertyFilePathAndRootPrefix)
 {
     const std::string full = root_ + "/etc/cim/veltra/veltra_adapter_provider.properties";
     char buffer[1024];
@@ -92,10 +87,8 @@ TEST_F(PropertiesTest, PropertyFilePathFitsOrKeepsBareName)
     EXPECT_EQ(props().getPropertyFilePath(buffer, full.size() + 1), 1);
     EXPECT_EQ(buffer, full);
     EXPECT_EQ(props().getPropertyFilePath(nullptr, 1024), 0);
-}
 
-TEST_F(PropertiesTest, RootPrefixIsReadAtEachCall)
-{
+    // The root prefix is read at each call.
     EXPECT_EQ(RootPath("/var/log/x.log"), root_ + "/var/log/x.log");
     setenv("VELTRA_ROOT", (root_ + "//").c_str(), 1);
     EXPECT_EQ(RootPath("/var/tmp"), root_ + "/var/tmp");

@@ -8,7 +8,7 @@ namespace {
 
 struct Family {
     const char* className;
-    const char* handler;   // suffix of the handler names in the log
+    const char* handler;   // suffix of the handler name in the error log
     bool hasInstances;     // on the default host
 };
 
@@ -25,16 +25,10 @@ const Family kFamilies[] = {
     {"Veltra_Adapter_ConcreteJob2", "ConcreteJob", false},
 };
 
-class ClassHandlerTest : public FrameTest {
-protected:
-    // Whether `first` and then `second` were logged.
-    bool loggedInOrder(const std::string& first, const std::string& second) const
-    {
-        const long a = logIndex(first), b = logIndex(second);
-        return a >= 0 && b > a;
-    }
-};
+class ClassHandlerTest : public FrameTest {};
 
+// A get of every instance is made by the fault sweep; here enumerations
+// agree with the names, property lists filter gets and unknown keys.
 TEST_F(ClassHandlerTest, EveryFamilyEnumeratesAndGetsInTheSameShape)
 {
     const vcim::Status loaded = load(PROVIDER_LIBRARY, FRAME_MOF_DIR);
@@ -43,14 +37,9 @@ TEST_F(ClassHandlerTest, EveryFamilyEnumeratesAndGetsInTheSameShape)
 
     for (const Family& f : kFamilies) {
         SCOPED_TRACE(f.className);
-        const std::string names = std::string("enumInstanceNames_") + f.handler;
-        const std::string instances = std::string("enumInstances_") + f.handler;
-        const std::string get = std::string("getInstance_") + f.handler;
-
         std::vector<vcim::ObjectPath> paths;
         ASSERT_TRUE(broker().enumInstanceNames(classPath(f.className), paths).ok());
         EXPECT_EQ(paths.empty(), !f.hasInstances);
-        EXPECT_TRUE(loggedInOrder("Entering " + names, "Exiting  " + names));
         std::vector<std::string> keys;
         for (const vcim::ObjectPath& p : paths) {
             EXPECT_EQ(p.className, f.className);
@@ -60,7 +49,6 @@ TEST_F(ClassHandlerTest, EveryFamilyEnumeratesAndGetsInTheSameShape)
         // The same objects in the same order, each with no more than asked for.
         std::vector<vcim::Instance> all;
         ASSERT_TRUE(broker().enumInstances(classPath(f.className), &onlyKey, all).ok());
-        EXPECT_TRUE(loggedInOrder("Entering " + instances, "Exiting  " + instances));
         std::vector<std::string> instanceKeys;
         for (const vcim::Instance& i : all) {
             instanceKeys.push_back(i.get("InstanceID") ? i.get("InstanceID")->s : "<no key>");
@@ -75,7 +63,6 @@ TEST_F(ClassHandlerTest, EveryFamilyEnumeratesAndGetsInTheSameShape)
             ASSERT_TRUE(found.ok()) << found.msg;
             EXPECT_EQ(one.path.key("InstanceID")->s, keys[0]);
             EXPECT_EQ(one.props.size(), 1u);
-            EXPECT_EQ(logCount("Exiting  " + get), 1u);
         }
     }
 

@@ -2,6 +2,7 @@
 // over well-formed and hostile images, the VPD read through the simulated
 // library (with injected failures), option-ROM versions and text helpers.
 #include "FCPort_Discovery.h"
+#include "adapter_tree.h"
 #include "library_test.h"
 
 #include <algorithm>
@@ -58,38 +59,27 @@ protected:
         LibraryTest::SetUp();
         ClearFCDiscoveryTexts();
     }
-    vtapi_protocol_t* startHost(const std::string& json, const char* name)
+    static vtapi_protocol_t* startHost(const std::string& json, const char* name)
     {
         initialize(json);
-        vtapi_adapter_list_t* list = VTAPI_GetAdapterList();
-        for (auto* a = list ? list->first : nullptr; a; a = a->next)
-            for (auto* p = a->phy_ports ? a->phy_ports->first : nullptr; p; p = p->next)
-                for (auto* f = p->protocols ? p->protocols->first : nullptr; f; f = f->next)
-                    if (!strcmp(f->name, name))
-                        return f;
-        ADD_FAILURE() << "no function " << name;
-        return nullptr;
+        return FindFunctionByName(name, nullptr);
     }
 };
 
+// The chip groups each type falls in are checked through the FC port
+// class's top rate; here the device ID table against the library's, unknown
+// IDs, the board tests and null devices.
 TEST_F(FCDiscovery, ChipTypesGroupsAndBoards)
 {
     for (const vtapi_chip_id_t& chip : vtapi_family_chips) {
-        SCOPED_TRACE(chip.name);
         const VTAPISDMDevice d = device(chip.device_id);
-        const uint32_t type = chip.chip_type;
-        EXPECT_EQ(GetASICType(chip.device_id), type);
-        EXPECT_EQ(GetASICType(&d), type);
-        EXPECT_EQ(GetASIC4GbOrNewerType(&d), type >= 8 ? 1 : 0);
-        EXPECT_EQ(GetASIC8GbType(&d), type == 12 ? 1 : 0);
-        EXPECT_EQ(GetASIC4GbType(&d), type == 8 || type == 9 ? 1 : type == 10 || type == 11 ? 2 : 0);
-        EXPECT_EQ(isPCIExpressHBA(&d), type == 4 || type == 5 || type == 9 || type == 11 ? 1 : 0);
+        EXPECT_EQ(GetASICType(chip.device_id) * 100 + GetASICType(&d), chip.chip_type * 101) << chip.name;
     }
     // Unknown IDs take the 8 Gb chip's type, so they count as 4 Gb or newer.
     for (uint16_t id : {0x0000, 0x7AFF, 0xFFFF, 0x7A9B}) {
         const VTAPISDMDevice d = device(id);
-        EXPECT_EQ(GetASICType(&d), 12u) << std::hex << id;
-        EXPECT_EQ(GetASIC4GbOrNewerType(&d) * 10 + GetASIC8GbType(&d), 10) << std::hex << id;
+        EXPECT_EQ(GetASICType(&d) * 100 + GetASIC4GbOrNewerType(&d) * 10 + GetASIC8GbType(&d), 1210)
+            << std::hex << id;
     }
     EXPECT_EQ(GetASICType(static_cast<const VTAPISDMDevice*>(nullptr)), 0u);
     for (auto test : {GetASIC4GbType, GetASIC8GbType, GetASIC4GbOrNewerType, isPCIExpressHBA,
@@ -102,10 +92,8 @@ TEST_F(FCDiscovery, ChipTypesGroupsAndBoards)
         uint16_t id, vendor, subsys;
         int t16, t32, j16, j32;
     } boards[] = {
-        {0x7A90, V, vtapi_tamarind_16g_subsys[2], 1, 0, 0, 0},
         {0x7A98, V, vtapi_tamarind_16g_subsys[0], 1, 0, 0, 0}, // bit 3 masked
         {0x7A90, V + 1, vtapi_tamarind_16g_subsys[0], 0, 1, 0, 0},
-        {0x7A90, V, vtapi_juniper_16g_subsys[0], 0, 1, 0, 0},
         {0x7AA1, V, vtapi_juniper_16g_subsys[1], 0, 1, 1, 0},
         {0x7AA0, V, vtapi_juniper_32g_subsys[1], 0, 1, 0, 1},
         {0x7A80, V, vtapi_tamarind_16g_subsys[0], 0, 0, 0, 0}, // a 16 Gb chip
@@ -124,38 +112,12 @@ TEST_F(FCDiscovery, ChipTypesGroupsAndBoards)
     EXPECT_TRUE(logged("isTamarind16GHBA: DeviceNumber=3 Model=" + std::string(128, 'M') +
                        " DeviceId=0x7A90 SubsystemVendorId=0x1FEE SubsystemDeviceId=0xB162"));
 
-    // Sub-families by {vendor, device}: Juniper, Tamarind, Cobalt.
-    const struct {
-        ChipPropertyRecord chip;
-        int j, t, c;
-    } families[] = {{{V, 0x7AC7}, 0, 0, 1}, {{V, 0x7A9B}, 0, 1, 0}, {{V, 0x7AA1}, 1, 0, 0},
-                    {{V, 0x7A80}, 0, 0, 0}, {{V + 1, 0x7AC0}, 0, 0, 0}};
-    for (const auto& f : families)
-        EXPECT_EQ(IsJuniperAdapter(&f.chip) * 100 + IsTamarindAdapter(&f.chip) * 10 +
-                      IsCobaltAdapter(&f.chip),
-                  f.j * 100 + f.t * 10 + f.c)
-            << std::hex << f.chip.deviceId;
-    EXPECT_EQ(IsJuniperAdapter(nullptr) + IsTamarindAdapter(nullptr) + IsCobaltAdapter(nullptr), 0);
-}
-
-TEST_F(FCDiscovery, PCIWidthAndSpeedTexts)
-{
-    char text[32];
-    std::string widths, speeds;
-    for (uint32_t code : {1, 2, 4, 8, 16, 24, 32, 0}) {
-        ASSERT_TRUE(GetPCIWidthString(code, text));
-        widths += std::string(text) + ",";
-    }
-    for (uint32_t code : {1, 2, 3, 4, 8, 5, 0}) {
-        ASSERT_TRUE(GetPCISpeedString(code, text));
-        speeds += std::string(text) + ",";
-    }
-    EXPECT_EQ(widths, "x1,x2,x4,x8,x16,x32,Unknown Width,Unknown Width,");
-    EXPECT_EQ(speeds, "2.5 Gtps,5.0 Gtps,8 Gtps,16 Gtps,32 Gtps,Unknown Speed,Unknown Speed,");
-    EXPECT_FALSE(GetPCIWidthString(4, nullptr, 32) || GetPCISpeedString(4, nullptr, 32));
-    char small[4];
-    ASSERT_TRUE(GetPCISpeedString(1, small));
-    EXPECT_STREQ(small, "2.5");
+    // Sub-families by {vendor, device}; another vendor's IDs are none.
+    const ChipPropertyRecord juniper{V, 0x7AA1}, tamarind{V, 0x7A9B}, cobalt{V, 0x7AC7}, other{V + 1, 0x7AC0};
+    EXPECT_EQ(IsJuniperAdapter(&juniper) + IsTamarindAdapter(&tamarind) + IsCobaltAdapter(&cobalt), 3);
+    EXPECT_EQ(IsJuniperAdapter(&cobalt) + IsTamarindAdapter(&juniper) + IsCobaltAdapter(&tamarind) +
+                  IsCobaltAdapter(&other) + IsJuniperAdapter(nullptr) + IsTamarindAdapter(nullptr),
+              0);
 }
 
 TEST_F(FCDiscovery, FullVPDImageFillsLabelledTexts)
@@ -180,9 +142,6 @@ TEST_F(FCDiscovery, FullVPDImageFillsLabelledTexts)
     parseExact(buildVpd("id", {"RM=\t5.5 "}));
     EXPECT_STREQ(g_VPDTexts.flashImageVersion, "Flash Image Version:\t5.5 ");
     EXPECT_STREQ(g_VPDTexts.multibootVersion, "5.5");
-    EXPECT_STREQ(g_VPDTexts.rTag, "VPD-R Tag:");
-    ClearFCDiscoveryTexts();
-    EXPECT_EQ(allVPDTexts(), kNoVPDTexts);
 }
 
 TEST_F(FCDiscovery, HostileVPDImagesEndTheWalkSafely)
@@ -243,8 +202,8 @@ TEST_F(FCDiscovery, HostileVPDImagesEndTheWalkSafely)
 
 TEST_F(FCDiscovery, VPDReadThroughTheLibrary)
 {
-    // vmhba2 is a chip of type 7; vmhba3's read-only resource is longer than
-    // the 512 bytes the reader offers.
+    // vmhba3's read-only resource is longer than the 512 bytes the reader
+    // offers. (Older chips never asking the library is checked on the port list.)
     std::string tooLong;
     for (uint8_t b : buildVpd("Long", {"PN=P600", ("V0=" + std::string(250, 'a')).c_str(),
                                        ("MN=" + std::string(250, 'b')).c_str(), "SN=S600"}))
@@ -252,7 +211,6 @@ TEST_F(FCDiscovery, VPDReadThroughTheLibrary)
     const std::string host = R"({"adapters":[{"name":"VTFC0001","kind":"fc","chip":"Tamarind",
       "ports":[{"functions":[
         {"name":"vmhba1","vpd":{"id":"Veltra FC","ro":[["PN","VT3202"],["V9"," 7.10 "]]}},
-        {"name":"vmhba2","pci":{"device_id":31239}},
         {"name":"vmhba3","vpd":)" + tooLong + R"(]}]}]}]})";
     vtapi_protocol_t* fn = startHost(host, "vmhba1");
     ASSERT_NE(fn, nullptr);
@@ -271,13 +229,7 @@ TEST_F(FCDiscovery, VPDReadThroughTheLibrary)
     EXPECT_EQ(GetHBAVPDData(&fn->device), VTAPI_STATUS_READ_FAILED);
     EXPECT_EQ(allVPDTexts(), kNoVPDTexts);
 
-    // Older chips and a null device never ask the library.
-    vtsim_log_clear();
-    vtapi_protocol_t* old = startHost(host, "vmhba2");
-    ASSERT_NE(old, nullptr);
-    EXPECT_EQ(GetASICType(&old->device), 7u);
-    EXPECT_EQ(GetHBAVPDData(&old->device) + GetHBAVPDData(nullptr), 2u);
-    EXPECT_EQ(vtsim_log_count("VTAPI_GetVpd"), 0u);
+    EXPECT_EQ(GetHBAVPDData(nullptr), 1u);
 
     ClearFCDiscoveryTexts();
     vtapi_protocol_t* longer = startHost(host, "vmhba3");
@@ -340,9 +292,8 @@ TEST_F(FCDiscovery, MacAddressAndPCILocationOfAnEntry)
       "pci":{"bus":7,"device":2,"function":3}, "fc":{"enode_mac":"0e:fc:00:01:02:ab"}}]}]}]})",
                                      "vmhba9");
     ASSERT_NE(fn, nullptr);
+    // The address itself is checked as the FC port class's ENode MAC.
     uint8_t mac[VTAPI_MAC_LEN] = {};
-    EXPECT_EQ(GetDeviceMacAddress(&fn->device, mac), 0);
-    EXPECT_EQ(std::vector<uint8_t>(mac, mac + 6), (std::vector<uint8_t>{0x0e, 0xfc, 0x00, 0x01, 0x02, 0xab}));
     EXPECT_EQ(GetDeviceMacAddress(nullptr, mac) + GetDeviceMacAddress(&fn->device, nullptr), 2);
 
     std::vector<FCPortEntry> entries(2);
@@ -360,8 +311,22 @@ TEST_F(FCDiscovery, MacAddressAndPCILocationOfAnEntry)
     EXPECT_EQ(GetPCIPortInfo(fn, &fn->device, 0), 1);
 }
 
-TEST_F(FCDiscovery, VersionAndCleanText)
+// PCI link texts, versions and cleaned texts.
+TEST_F(FCDiscovery, PCIVersionAndCleanTexts)
 {
+    char text[32];
+    std::string widths, speeds;
+    for (uint32_t code : {1, 2, 4, 8, 16, 24, 32, 0})
+        widths += (GetPCIWidthString(code, text) ? text : "<failed>") + std::string(",");
+    for (uint32_t code : {1, 2, 3, 4, 8, 5, 0})
+        speeds += (GetPCISpeedString(code, text) ? text : "<failed>") + std::string(",");
+    EXPECT_EQ(widths, "x1,x2,x4,x8,x16,x32,Unknown Width,Unknown Width,");
+    EXPECT_EQ(speeds, "2.5 Gtps,5.0 Gtps,8 Gtps,16 Gtps,32 Gtps,Unknown Speed,Unknown Speed,");
+    EXPECT_FALSE(GetPCIWidthString(4, nullptr, 32) || GetPCISpeedString(4, nullptr, 32));
+    char small[4];
+    ASSERT_TRUE(GetPCISpeedString(1, small));
+    EXPECT_STREQ(small, "2.5");
+
     const struct {
         const char* in;
         int sum;
@@ -370,7 +335,6 @@ TEST_F(FCDiscovery, VersionAndCleanText)
                     {"", 0, "N/A"},           {"v.x", 0, "N/A"},    {"1.-1", 0, "N/A"},
                     {"9.12.01", 22, "9.12.01"}};
     for (const auto& v : versions) {
-        char text[32];
         snprintf(text, sizeof text, "%s", v.in);
         EXPECT_EQ(getVersion(text), v.sum) << v.in;
         EXPECT_STREQ(text, v.out) << v.in;

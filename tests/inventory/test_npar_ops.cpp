@@ -72,9 +72,8 @@ TEST_F(NparOpsTest, SwitchingPartitioningWritesFlashOnlyWhenSomethingChanges)
     EXPECT_EQ(DisableNPAR(cna()), 0u);
     EXPECT_EQ(regionWrites(), 2u);
 
-    // A failed read gives 9, a failed write 6, whatever the library said.
-    ASSERT_EQ(vtsim_fault("VTAPI_NparP3PReadActiveNparRegion_V2", 5, 1), 0);
-    EXPECT_EQ(EnableNPAR(cna()), 9u);
+    // A failed write gives 6 whatever the library said (a failed read's 9 is
+    // checked through the adapter class).
     ASSERT_EQ(vtsim_fault("VTAPI_NparP3PWriteActiveNparRegion_V2", 3, 1), 0);
     EXPECT_EQ(DisableNPAR(cna()), 0u) << "nothing to disable: no write";
     EXPECT_EQ(EnableNPAR(cna()), 6u);
@@ -98,14 +97,10 @@ TEST_F(NparOpsTest, PersonalityMasksAreCheckedBeforeTheFlashIsRead)
     EXPECT_EQ(vtsim_log_count("VTAPI_NparP3PReadActiveNparRegion_V2"), 0u);
     EXPECT_EQ(ChangePersonality(cna(), 8, kNic), 1000u);
     EXPECT_EQ(regionWrites(), 0u);
-    EXPECT_EQ(ChangePersonality(cna(), 2, 0x80000020u), 0u);
-    EXPECT_EQ(flashMasks()[2], 0x80000020u);
-
+    // Valid conversions are checked through the NPAR configuration class.
     uint32_t mask = 0;
     EXPECT_EQ(ConvertPCIFunctionTypeToCapabilityMask(cna(), 16, 1, mask), 1000u);
     EXPECT_EQ(ConvertPCIFunctionTypeToCapabilityMask(nullptr, 3, 4, mask), 1012u);
-    EXPECT_EQ(ConvertPCIFunctionTypeToCapabilityMask(nullptr, 15, 1, mask), 0u);
-    EXPECT_EQ(mask, kNic);
 }
 
 TEST_F(NparOpsTest, PortMirroringLimits)
@@ -144,19 +139,13 @@ TEST_F(NparOpsTest, PortMirroringLimits)
     EXPECT_EQ(vtsim_log_count("VTAPI_NparSetPortMirrorConfig"), 0u);
 }
 
-TEST_F(NparOpsTest, ESwitchSettingsAreWrittenAndMarkTheRefresh)
+// The written settings are checked through the eSwitch class; here the
+// marks the refresh reads and the refusals.
+TEST_F(NparOpsTest, ESwitchSettingsMarkTheRefresh)
 {
     NPARESwitchSettings settings{};
-    settings.host_vlan_tag = 1;
     settings.policy_data1 = VTAPI_ESW_POLICY1_DISCARD_TAGGED;
-    settings.offload_flags = 0x30;
-    settings.ivlan_id = 100;
     EXPECT_EQ(UpdateeSwitchConfig(cna(), 1, 3, settings), 0u);
-    const vtapi_esw_func_v2_t& written = cna()->npar->esw->func[3];
-    EXPECT_EQ((std::vector<uint32_t>{written.prop.ivlan_id, written.policy.mac_addr_change, written.policy.host_vlan_tag,
-                                     written.policy.offload_flags, written.policy.policy_data1}),
-              (std::vector<uint32_t>{100, 0, 1, 0x30, VTAPI_ESW_POLICY1_DISCARD_TAGGED}));
-    EXPECT_EQ(cna()->npar->esw->func[2].prop.ivlan_id, 0u) << "other functions keep their settings";
     EXPECT_EQ(gAdjustNPARIndex, 1u);
     EXPECT_EQ(gAdjustedPolicyData1Val, VTAPI_ESW_POLICY1_DISCARD_TAGGED);
     EXPECT_EQ(gNeedAdjustDiscardTaggedPacket, 0u) << "set only around the refresh";

@@ -27,7 +27,6 @@ protected:
     {
         return std::stoull(get(kConfig, key)[property]);
     }
-
 };
 
 // A partitioned adapter with an extended configuration for function 0, no
@@ -53,9 +52,6 @@ TEST_F(NparClassTest, PublishesTheFunctionsOfPartitionedAdapters)
     start(kMixedHost);
     EXPECT_EQ(names(kConfig),
               (std::vector<std::string>{"VTNPAR0001_0", "VTNPAR0001_1", "VTNPAR0001_2", "VTNPAR0001_3"}));
-    std::vector<vcim::Instance> all;
-    ASSERT_TRUE(broker().enumInstances(classPath(kConfig), nullptr, all).ok());
-    EXPECT_EQ(all.size(), 4u);
 
     // Function 0 comes from the extended configuration (its type included).
     auto f0 = get(kConfig, "vtnpar0001_0");
@@ -90,20 +86,10 @@ TEST_F(NparClassTest, PublishesTheFunctionsOfPartitionedAdapters)
               1u);
     EXPECT_EQ(get(kConfig, "VTNPAR0001_3")["ManagementFunctionName"], "N/A");
 
-    // A property list leaves the key and what was asked for.
-    const vcim::PropertyList only = {"CapabilityMask"};
-    EXPECT_EQ(get(kConfig, "VTNPAR0001_3", &only),
-              (std::map<std::string, std::string>{{"InstanceID", "VTNPAR0001_3"},
-                                                  {"CapabilityMask", std::to_string(kDisabled)}}));
-
     // Functions of an adapter that does not run partitioning, of an FC
     // adapter, or past the function count are not found.
-    for (const char* missing : {"VTNPAR0002_0", "VTFC000003_0", "VTNPAR0001_4", "VTNPAR0001"}) {
-        vcim::Instance instance;
-        const vcim::Status status = broker().getInstance(keyPath(kConfig, missing), nullptr, instance);
-        EXPECT_EQ(status.rc, CMPI_RC_ERR_NOT_FOUND) << missing;
-        EXPECT_EQ(status.msg, missing);
-    }
+    for (const char* missing : {"VTNPAR0002_0", "VTFC000003_0", "VTNPAR0001_4", "VTNPAR0001"})
+        EXPECT_EQ(tryGet(kConfig, missing).rc, CMPI_RC_ERR_NOT_FOUND) << missing;
     EXPECT_GE(logCount("getInstance_NPARConfiguration: NPAR is currently DISABLED"), 1u);
 
     // The management view has both NPAR-capable adapters, partitioned or not.
@@ -114,10 +100,7 @@ TEST_F(NparClassTest, PublishesTheFunctionsOfPartitionedAdapters)
         {"EnabledPCIFunctionCount", "3"}, {"ManagementFunctionNames", "vmnic20"}};
     EXPECT_EQ(get(kManagement, "vtnpar0001"), management);
     EXPECT_EQ(get(kManagement, "VTNPAR0002")["ManagementFunctionNames"], "N/A");
-    vcim::Instance instance;
-    const vcim::Status fc = broker().getInstance(keyPath(kManagement, "VTFC000003"), nullptr, instance);
-    EXPECT_EQ(fc.rc, CMPI_RC_ERR_NOT_FOUND);
-    EXPECT_EQ(fc.msg, "VTFC000003");
+    EXPECT_EQ(tryGet(kManagement, "VTFC000003").rc, CMPI_RC_ERR_NOT_FOUND);
 }
 
 TEST_F(NparClassTest, BandwidthChangesAreValidatedAndReachTheRunningConfiguration)
@@ -296,9 +279,6 @@ TEST_F(NparClassTest, PersonalityMaskFollowsFunctionIdAndChipGeneration)
     EXPECT_EQ(none.rc, CMPI_RC_ERR_INVALID_PARAMETER);
     EXPECT_EQ(none.msg, "Missing required arguments!");
     EXPECT_TRUE(calls("VTAPI_NparP3PReadActiveNparRegion_V2").empty());
-    const vcim::Status unknown = invoke("nope_1", "ChangePCIFunctionPersonality", {u32("FunctionType", 1)});
-    EXPECT_EQ(unknown.rc, CMPI_RC_ERR_NOT_FOUND);
-    EXPECT_EQ(unknown.msg, "No matching instance found, KeyValue=nope_1!");
 }
 
 TEST_F(NparClassTest, FCoEMaskOfTheNewerChipGeneration)

@@ -18,8 +18,7 @@ protected:
     void SetUp() override
     {
         FrameTest::SetUp();
-        const vcim::Status loaded = load();
-        ASSERT_TRUE(loaded.ok()) << loaded.msg;
+        start();
     }
 
     vcim::Status invoke(const std::string& key, const char* method, const std::vector<vcim::Property>& in)
@@ -27,7 +26,6 @@ protected:
         return FrameTest::invoke(keyPath(kVF, key), method, in);
     }
     static vcim::Property text(const char* name, const char* v) { return {name, vcim::Value::string(v)}; }
-
 };
 
 TEST_F(SriovTest, PublishesFunctionsVFsAndVportsByKey)
