@@ -28,13 +28,7 @@ protected:
     static vcim::cli::FlashRequest request(const std::string& serial, const std::string& file,
                                            const std::string& pieceSize, bool async)
     {
-        vcim::cli::FlashRequest r;
-        r.adapterSerial = serial;
-        r.imageFile = file;
-        r.pieceSize = pieceSize;
-        r.async = async;
-        r.pollMilliseconds = 20;
-        return r;
+        return {serial, file, async, false, pieceSize, 20};
     }
 
     struct Exit {

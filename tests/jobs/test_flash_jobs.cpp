@@ -25,7 +25,8 @@ protected:
 
 TEST_F(FlashJobTest, SlowUpdateRunsAsAJobThatEndsCompletedAndIsSaved)
 {
-    const Json host = hostWithBehaviour("VTAPI_doOptionROMUpdate", {{"duration_ms", 1500}});
+    Json host = Json::parse(vtsim_default_host_json());
+    host["behaviour"]["VTAPI_doOptionROMUpdate"]["duration_ms"] = 1500;
     start("", &host);
     const auto image = pattern(500, 3);
     const uint32_t id = startJob(kFC, image);
@@ -82,13 +83,11 @@ TEST_F(FlashJobTest, NICAndISCSIJobsUseTheirWorkersAndAFailureEndsTheJobFailed)
     const uint32_t iscsiJob = startJob("VTISCSI001", image);
     ASSERT_TRUE(waitForJobState(nicJob, "7"));
     ASSERT_TRUE(waitForJobState(iscsiJob, "10"));
-    EXPECT_EQ(get(kJob, std::to_string(nicJob))["Name"].rfind("Adapter SerialNumber: VTMIX00001, AdapterIndex = 21 NIC flash update with " +
-                                    at("/var/tmp/vtflash") + std::to_string(nicJob) + ".bin at ",
-                                0),
-              0u);
-    EXPECT_EQ(get(kJob, std::to_string(iscsiJob))["Name"].rfind(
-                  "Adapter SerialNumber: VTISCSI001, DeviceInstance: 42 iSCSI flash update with ", 0),
-              0u);
+    const std::string nicName = "Adapter SerialNumber: VTMIX00001, AdapterIndex = 21 NIC flash update with " +
+                                at("/var/tmp/vtflash") + std::to_string(nicJob) + ".bin at ";
+    EXPECT_EQ(get(kJob, std::to_string(nicJob))["Name"].rfind(nicName, 0), 0u);
+    const std::string iscsiName = "Adapter SerialNumber: VTISCSI001, DeviceInstance: 42 iSCSI flash update with ";
+    EXPECT_EQ(get(kJob, std::to_string(iscsiJob))["Name"].rfind(iscsiName, 0), 0u);
     EXPECT_NE(calls("VTAPI_UpdateFlash").at(0).find("instance=21 "), std::string::npos);
     EXPECT_NE(calls("VTAPI_UpdateiSCSIFW").at(0).find("instance=42 "), std::string::npos);
     EXPECT_EQ(savedJob(iscsiJob)["STATUS"] + savedJob(iscsiJob)["RESULT"], "16");

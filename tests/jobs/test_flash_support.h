@@ -82,14 +82,6 @@ protected:
         loadedThreads_ = threadCount();
     }
 
-    static Json defaultHost() { return Json::parse(vtsim_default_host_json()); }
-    static Json hostWithBehaviour(const char* op, const Json& behaviour)
-    {
-        Json host = defaultHost();
-        host["behaviour"][op] = behaviour;
-        return host;
-    }
-
     // One piece to "UpdateFlashFromImageBuffer" of `cls`.
     vcim::Status send(const std::string& serial, const std::vector<uint8_t>& bytes, uint64_t total, uint32_t flags,
                       const char* cls = kAdapter)
