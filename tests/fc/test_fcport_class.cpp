@@ -13,13 +13,12 @@ const char* const kFCPort = "VeltraFC_Port";
 
 // One FC function per port of one adapter; `fc` is each function's device
 // record description.
-std::string adapterWithPorts(const char* serial, const char* chip, const std::vector<std::string>& fc,
-                             const char* type = "fc")
+std::string adapterWithPorts(const char* serial, const char* chip, const std::vector<std::string>& fc)
 {
     std::string json = std::string(R"({"name": ")") + serial + R"(", "chip": ")" + chip + R"(", "ports": [)";
     for (size_t i = 0; i < fc.size(); ++i)
-        json += std::string(i ? "," : "") + R"({"number": )" + std::to_string(i) + R"(, "functions": [{"type": ")" +
-                type + R"(", "fc": {)" + fc[i] + "}}]}";
+        json += std::string(i ? "," : "") + R"({"number": )" + std::to_string(i) +
+                R"(, "functions": [{"type": "fc", "fc": {)" + fc[i] + "}}]}";
     return json + "]}";
 }
 
@@ -37,11 +36,8 @@ std::map<std::string, std::map<std::string, std::string>> byPort(const std::vect
 std::string hex(const std::vector<uint8_t>& bytes)
 {
     std::string text;
-    char b[3];
-    for (uint8_t v : bytes) {
-        snprintf(b, sizeof b, "%02x", v);
-        text += b;
-    }
+    for (uint8_t v : bytes)
+        text += {"0123456789abcdef"[v >> 4], "0123456789abcdef"[v & 15]};
     return text;
 }
 
@@ -55,16 +51,14 @@ TEST_F(FCPortClassTest, PortCodesRatesFabricNamesAndCongestionSupportAreMapped)
         bool fabric; // a principal fabric (else all zero); the adjacent one is the opposite
         const char *type, *rate, *scm;
     };
+    // The first and last codes, the odd ones out and unknown ones.
     const Row rows[] = {
         {0, 1, 0, true, "0", "1062500000", "0"},
-        {1, 2, 1u << 23, false, "10", "2125000000", "8388608"},
-        {2, 4, 1u << 26, true, "11", "4250000000", "67108864"},
         {3, 8, (1u << 23) | (1u << 26), false, "12", "8500000000", "75497472"},
         {4, 10, 0x1u | (1u << 23) | (1u << 24), true, "13", "10625000000", "8388608"},
         {5, 16, 0x00FFFFFFu & ~(1u << 23), false, "15", "17000000000", "0"},
         {6, 22, 0, true, "16", "17000000000", "0"},
         {7, 32, 0, false, "1", "21250000000", "0"},
-        {8, 50, 0, true, "14", "34000000000", "0"},
         {9, 100, 0, false, "17", "68000000000", "0"},
         {10, 7, 0, true, "0", "0", "0"},
     };
@@ -78,10 +72,7 @@ TEST_F(FCPortClassTest, PortCodesRatesFabricNamesAndCongestionSupportAreMapped)
                  r.portType, r.speed, r.driverAttr, r.fabric ? kFabric : kNone, r.fabric ? kNone : kFabric);
         fc.push_back(text);
     }
-    // The converged chip reports its 16 Gb/s code as 10625000000, its 32 Gb/s one as usual.
-    start(R"({"adapters": [)" + adapterWithPorts("VTMAP00001", "Cobalt", fc) + "," +
-          adapterWithPorts("VTMAP00002", "VC8000", {R"("speed": 16)", R"("speed": 32)"}, "fcoe") +
-          "]}");
+    start(R"({"adapters": [)" + adapterWithPorts("VTMAP00001", "Cobalt", fc) + "]}");
     auto ports = byPort(instances(kFCPort));
     for (size_t i = 0; i < sizeof rows / sizeof rows[0]; ++i) {
         auto& p = ports["VTMAP00001/" + std::to_string(i)];
@@ -92,8 +83,6 @@ TEST_F(FCPortClassTest, PortCodesRatesFabricNamesAndCongestionSupportAreMapped)
         EXPECT_EQ(p["PrincipalFabricWWN"], r.fabric ? "10:00:00:05:1e:0a:00:0f" : "Not Available") << i;
         EXPECT_EQ(p["AdjacentFabricWWN"], r.fabric ? "Not Available" : "10:00:00:05:1e:0a:00:0f") << i;
     }
-    EXPECT_EQ(ports["VTMAP00002/0"]["Speed"], "10625000000");
-    EXPECT_EQ(ports["VTMAP00002/1"]["Speed"], "21250000000");
 }
 
 TEST_F(FCPortClassTest, MaxSpeedFollowsTheChipGroup)
@@ -109,13 +98,9 @@ TEST_F(FCPortClassTest, MaxSpeedFollowsTheChipGroup)
         {"Tamarind-2", R"(, "pci": {"subvendor_id": 8174, "subsystem_id": 45408})", "17000000000"},
         {"Juniper", R"(, "pci": {"subvendor_id": 8174, "subsystem_id": 45472})", "17000000000"},
         {"Juniper", R"(, "pci": {"subvendor_id": 8174, "subsystem_id": 45984})", "34000000000"},
-        {"VT16000", "", "17000000000"},
-        {"VC10000", "", "10625000000"},
         {"VC16000", "", "10625000000"},
-        {"VT8000", "", "8500000000"},
         {"4660", "", "8500000000"}, // an unknown device ID counts as the 8 Gb chip
         {"VT4100E", "", "4250000000"},
-        {"VT8100", "", "2125000000"},
         {"VT2100", "", "2125000000"},
     };
     std::string host = R"({"adapters": [)";
@@ -190,33 +175,27 @@ TEST_F(FCPortClassTest, VPDDataFromWellFormedAndHostileImages)
     ASSERT_TRUE(broker().invokeMethod(keyPath("Veltra_Server", "127.0.0.1"), "RefreshConfiguration", {}, result).ok());
     for (const auto& [port, p] : byPort(instances(kFCPort)))
         EXPECT_EQ(p.at("VPDData"), "") << port;
-    EXPECT_GE(logCount("Veltra_FC_Port: createFCPort: Unable to retrieve VPD data!"), 6u);
 }
 
 TEST_F(FCPortClassTest, UndefinedMethodsAndTheExtensionClass)
 {
     start();
-    const std::vector<std::string> ports = keys(kFCPort);
-    ASSERT_EQ(ports.size(), 7u);
+    const std::string port = keys(kFCPort).at(0);
     vtsim_log_clear();
-    for (const char* method : {"ResetStatistics", "anything"}) {
-        const auto [status, value] = rawInvoke(keyPath(kFCPort, ports[0]), method);
-        EXPECT_TRUE(status.ok()) << status.msg;
-        EXPECT_EQ(value, "1") << method;
-    }
-    EXPECT_EQ(vtsim_log_count(nullptr), 0u);
-
     const char* ext = "Veltra_FCPort_Ext";
+    for (const char* method : {"ResetStatistics", "anything"})
+        EXPECT_EQ(rawInvoke(keyPath(kFCPort, port), method).second, "1") << method;
+    EXPECT_EQ(vtsim_log_count(nullptr), 0u);
+    EXPECT_EQ(rawInvoke(keyPath(ext, port), "Anything").second, "1");
+
     EXPECT_TRUE(keys(ext).empty());
     EXPECT_TRUE(instances(ext).empty());
-    vcim::Instance none;
-    const vcim::Status got = broker().getInstance(keyPath(ext, ports[0]), nullptr, none);
+    const vcim::Status got = tryGet(ext, port);
     EXPECT_EQ(got.rc, CMPI_RC_ERR_NOT_FOUND);
-    EXPECT_EQ(got.msg, ports[0]);
-    const vcim::Status set = modify(keyPath(ext, ports[0]), {sint32("Anything", 1)});
+    EXPECT_EQ(got.msg, port);
+    const vcim::Status set = modify(keyPath(ext, port), {sint32("Anything", 1)});
     EXPECT_EQ(set.rc, CMPI_RC_ERR_NOT_SUPPORTED);
     EXPECT_EQ(set.msg, "Veltra_Adapter_Provider cannot set");
-    EXPECT_EQ(rawInvoke(keyPath(ext, ports[0]), "Anything").second, "1");
 }
 
 } // namespace

@@ -6,7 +6,6 @@
 #include "class_test.h"
 #include "vtapi.h"
 
-#include <strings.h>
 
 #include <cstdio>
 
@@ -15,34 +14,29 @@ namespace {
 const char* const kTarget = "Veltra_FCPort_Target";
 const char* const kPortKey = "vttgt00001_20:00:00:1f:ee:00:00:01_21:00:00:1f:ee:00:00:01";
 
-// One remote port: its WWN ends in `n`; `extra` adds record fields.
-std::string target(int n, const std::string& extra)
+// One remote port: its WWN ends in `n`; its security record has `role`,
+// `flag` and `state` (and another port's name unless `ownNames`); `extra`
+// adds record fields.
+std::string target(int n, int role, int flag, int state, const std::string& extra, bool ownNames = true)
 {
-    char wwn[64], node[64];
-    snprintf(wwn, sizeof wwn, "50:06:0e:80:10:00:00:%02x", n);
-    snprintf(node, sizeof node, "50:06:0e:80:10:00:01:%02x", n);
-    return std::string(R"({"port_wwn": ")") + wwn + R"(", "node_wwn": ")" + node + R"(", "serial_number": "", )" +
-           extra + "}";
-}
-std::string fcsp(int n, int role, int flag, int state, bool ownNames = true)
-{
-    char text[256];
+    char text[512];
     snprintf(text, sizeof text,
-             R"("fcsp": {"role": %d, "auth_flag": %d, "auth_state": %d, "port_name": "50:06:0E:80:10:00:00:%02x",
-                 "node_name": "50:06:0e:80:10:00:01:%02x"})",
-             role, flag, state, ownNames ? n : 0xee, n);
-    return text;
+             R"({"port_wwn": "50:06:0e:80:10:00:00:%02x", "node_wwn": "50:06:0e:80:10:00:01:%02x", "serial_number": "",
+                 "fcsp": {"role": %d, "auth_flag": %d, "auth_state": %d, "port_name": "50:06:0E:80:10:00:00:%02x",
+                 "node_name": "50:06:0e:80:10:00:01:%02x"}, )",
+             n, n, role, flag, state, ownNames ? n : 0xee, n);
+    return text + extra + "}";
 }
 
 std::string host()
 {
     const std::string targets = "[" +
-        target(1, fcsp(1, 1, 1, 3) + R"(, "link_flags": 2, "status_byte2": 1, "status_byte1": 0, "serial_number": "SN1")") + "," +
-        target(2, fcsp(2, 2, 0, 1) + R"(, "link_flags": 0, "status_byte1": 64, "ext_flags": 8, "nvme_nqn": "nqn.2014-08.org.example:sub", "nvme_cntl_id": 12)") + "," +
-        target(3, fcsp(3, 1, 1, 2, false) + R"(, "link_flags": 2, "status_byte2": 0, "status_byte1": 0)") + "," +
-        target(4, fcsp(4, 3, 0, 7) + R"(, "link_flags": 2, "status_byte2": 0, "status_byte1": 64)") + "," +
-        target(5, fcsp(5, 1, 2, 1) + R"(, "link_flags": 0, "status_byte1": 0)") + "," +
-        target(6, fcsp(6, 1, 0, 4) + R"(, "link_flags": 0, "status_byte1": 0, "vendor": "ABCDEFGHIJ", "luns": [
+        target(1, 1, 1, 3, R"("link_flags": 2, "status_byte2": 1, "status_byte1": 0, "serial_number": "SN1")") + "," +
+        target(2, 2, 0, 1, R"("link_flags": 0, "status_byte1": 64, "ext_flags": 8, "nvme_nqn": "nqn.2014-08.org.example:sub", "nvme_cntl_id": 12)") + "," +
+        target(3, 1, 1, 2, R"("link_flags": 2, "status_byte2": 0, "status_byte1": 0)", false) + "," +
+        target(4, 3, 0, 7, R"("link_flags": 2, "status_byte2": 0, "status_byte1": 64)") + "," +
+        target(5, 1, 2, 1, R"("link_flags": 0, "status_byte1": 0)") + "," +
+        target(6, 1, 0, 4, R"("link_flags": 0, "status_byte1": 0, "vendor": "ABCDEFGHIJ", "luns": [
             {"number": 0, "bytes_per_block": 0, "max_lba": 100000, "peripheral_type": 10, "wwuln": "60:0A:09:80:00:00:00:01"},
             {"number": 1, "bytes_per_block": 512, "max_lba": 209715199, "peripheral_type": 11},
             {"number": 2, "bytes_per_block": 4096, "max_lba": 26214399, "peripheral_type": 31},
@@ -63,69 +57,56 @@ protected:
         path.setKey("FCPort_InstanceID", vcim::Value::string(port));
         return path;
     }
-    std::string out(const char* name) const
+    // Output arguments of the last call as "name=value" texts.
+    std::string outs(std::initializer_list<const char*> names) const
     {
-        for (const vcim::Property& p : result_.out)
-            if (p.name == name)
-                return p.value.toCimString();
-        return "<none>";
+        std::string text;
+        for (const char* name : names)
+            text += std::string(text.empty() ? "" : " ") + name + "=" + (out(name) ? out(name)->toCimString() : "<none>");
+        return text;
     }
-    // The library's target list of the first FC function.
-    static vtapi_target_list_t* targetList()
-    {
-        vtapi_adapter_list_t* list = VTAPI_GetAdapterList();
-        return list->first->phy_ports->first->protocols->first->device.targets;
-    }
+    // The first FC function's device record in the library's list.
+    static auto& firstDevice() { return VTAPI_GetAdapterList()->first->phy_ports->first->protocols->first->device; }
 };
 
-TEST_F(FCTargetClassTest, TargetsCarryStateSecurityAndNVMeTextsAndAreFoundIgnoringCase)
+TEST_F(FCTargetClassTest, TargetsAndLunsCarryTheirTextsAndAreFoundByTheirKeys)
 {
     start(host());
     const std::vector<std::string> found = keys(kTarget);
     ASSERT_EQ(found.size(), 6u);
     EXPECT_EQ(found[0], "50:06:0e:80:10:00:00:01");
 
-    struct Row {
-        int n;
-        const char *state, *remote, *session, *secure, *nqn, *cntl, *serial;
+    // PortState RemoteType SessionState SecureMode TargetNQN TargetCntlID SerialNumber, by WWN's last byte.
+    const char* const rows[] = {
+        "2|Target|Auth Complete|Enabled|N/A|0|SN1",
+        "1|Initiator|NA|Disabled|nqn.2014-08.org.example:sub|12|50:06:0e:80:10:00:00:02",
+        "3|Unknown|NA|Disabled|N/A|0|50:06:0e:80:10:00:00:03",
+        "1|Unknown|Auth Failed|Disabled|N/A|0|50:06:0e:80:10:00:00:04",
+        "3|Target|Auth Unknown|Disabled|N/A|0|50:06:0e:80:10:00:00:05",
+        "3|Target|Auth Pending|Disabled|N/A|0|50:06:0e:80:10:00:00:06",
     };
-    const Row rows[] = {
-        {1, "2", "Target", "Auth Complete", "Enabled", "N/A", "0", "SN1"},
-        {2, "1", "Initiator", "NA", "Disabled", "nqn.2014-08.org.example:sub", "12", "50:06:0e:80:10:00:00:02"},
-        {3, "3", "Unknown", "NA", "Disabled", "N/A", "0", "50:06:0e:80:10:00:00:03"},
-        {4, "1", "Unknown", "Auth Failed", "Disabled", "N/A", "0", "50:06:0e:80:10:00:00:04"},
-        {5, "3", "Target", "Auth Unknown", "Disabled", "N/A", "0", "50:06:0e:80:10:00:00:05"},
-        {6, "3", "Target", "Auth Pending", "Disabled", "N/A", "0", "50:06:0e:80:10:00:00:06"},
-    };
-    for (const Row& r : rows) {
+    for (int n = 1; n <= 6; ++n) {
         char wwn[32];
-        snprintf(wwn, sizeof wwn, "50:06:0E:80:10:00:00:%02X", r.n); // upper case finds it
+        snprintf(wwn, sizeof wwn, "50:06:0E:80:10:00:00:%02X", n); // upper case finds it
         vcim::Instance instance;
         const vcim::Status status = broker().getInstance(targetPath(wwn, "VTTGT00001_20:00:00:1F:EE:00:00:01_21:00:00:1F:EE:00:00:01"), nullptr, instance);
         ASSERT_TRUE(status.ok()) << wwn << ": " << status.msg;
         auto t = texts(instance);
-        EXPECT_EQ(t["PortState"], r.state) << r.n;
-        EXPECT_EQ(t["RemoteType"], r.remote) << r.n;
-        EXPECT_EQ(t["SessionState"], r.session) << r.n;
-        EXPECT_EQ(t["SecureMode"], r.secure) << r.n;
-        EXPECT_EQ(t["TargetNQN"], r.nqn) << r.n;
-        EXPECT_EQ(t["TargetCntlID"], r.cntl) << r.n;
-        EXPECT_EQ(t["SerialNumber"], r.serial) << r.n;
+        EXPECT_EQ(t["PortState"] + "|" + t["RemoteType"] + "|" + t["SessionState"] + "|" + t["SecureMode"] + "|" +
+                      t["TargetNQN"] + "|" + t["TargetCntlID"] + "|" + t["SerialNumber"],
+                  rows[n - 1]);
+        // A vendor text without a terminator is cut at its field.
+        if (n == 6) {
+            EXPECT_EQ(t["TargetVendorID"], "ABCDEFGH");
+        }
     }
-    // A vendor text without a terminator is cut at its field.
-    vcim::Instance sixth;
-    ASSERT_TRUE(broker().getInstance(targetPath("50:06:0e:80:10:00:00:06"), nullptr, sixth).ok());
-    EXPECT_EQ(texts(sixth)["TargetVendorID"], "ABCDEFGH");
 
     vcim::Instance none;
     EXPECT_EQ(broker().getInstance(targetPath("50:06:0e:80:10:00:00:09"), nullptr, none).rc, CMPI_RC_ERR_NOT_FOUND);
     EXPECT_EQ(broker().getInstance(targetPath("50:06:0e:80:10:00:00:01", "nothing"), nullptr, none).rc,
               CMPI_RC_ERR_NOT_FOUND);
-}
 
-TEST_F(FCTargetClassTest, LunsCarrySizesAndDeviceTypesAndAreFoundByTheirThreeKeys)
-{
-    start(host());
+    // LUNs: sizes for every block size, device type texts and three keys.
     std::map<std::string, std::map<std::string, std::string>> luns;
     for (const vcim::Instance& instance : instances("Veltra_FCPort_Target_LUN")) {
         auto t = texts(instance);
@@ -151,7 +132,27 @@ TEST_F(FCTargetClassTest, LunsCarrySizesAndDeviceTypesAndAreFoundByTheirThreeKey
     EXPECT_EQ(texts(lun)["LunID"], "0");
     path.setKey("FCPort_Target_InstanceID", vcim::Value::string("50:06:0e:80:10:00:00:05"));
     EXPECT_EQ(broker().getInstance(path, nullptr, lun).rc, CMPI_RC_ERR_NOT_FOUND);
+
+    // Target lists longer than their count or in a cycle end the walk.
+    vtapi_target_list_t* list = firstDevice().targets;
+    ASSERT_EQ(list->count, 6u);
+    const std::string hba = "FC target list of HBA[" + std::to_string(firstDevice().instance) + "] cut short: ";
+    list->count = 2;
+    EXPECT_EQ(keys(kTarget).size(), 2u);
+    EXPECT_GE(logCount(hba + "more nodes than its count (count 2)"), 1u);
+
+    VTAPI_SDMTarget* last = list->first;
+    while (last->next)
+        last = last->next;
+    last->next = list->first->next; // back to the second node
+    list->count = 0xFFFFFFFFu;
+    EXPECT_EQ(keys(kTarget).size(), 6u);
+    EXPECT_GE(logCount(hba + "the list runs in a cycle (count 4294967295)"), 1u);
+    last->next = nullptr;
+    list->count = 6;
 }
+
+uint64_t number(const std::string& text) { return std::stoull(text); }
 
 TEST_F(FCTargetClassTest, MethodsReportArgumentsLookupsAndLibraryFailures)
 {
@@ -159,9 +160,9 @@ TEST_F(FCTargetClassTest, MethodsReportArgumentsLookupsAndLibraryFailures)
     const vcim::ObjectPath first = targetPath("50:06:0E:80:10:00:00:01");
 
     ASSERT_TRUE(invoke(first, "settargetlinkspeed", {uint32("Speed", 16)}).ok());
-    EXPECT_EQ(out("ReturnCode"), "0");
+    EXPECT_EQ(outs({"ReturnCode"}), "ReturnCode=0");
     ASSERT_TRUE(invoke(first, "GetTargetLinkSpeed").ok());
-    EXPECT_EQ(out("Speed"), "16");
+    EXPECT_EQ(outs({"Speed"}), "Speed=16");
     EXPECT_EQ(result_.returnValue.toCimString(), "0");
 
     vcim::Status s = invoke(first, "SetTargetLinkSpeed");
@@ -182,79 +183,34 @@ TEST_F(FCTargetClassTest, MethodsReportArgumentsLookupsAndLibraryFailures)
     ASSERT_EQ(vtsim_fault("VTAPI_SetTargetLinkSpeed", 3, 1), 0);
     s = invoke(first, "SetTargetLinkSpeed", {uint32("Speed", 8)});
     EXPECT_EQ(s.msg, "Setting target iidma is unsupported");
-    EXPECT_EQ(logCount("invokeMethod_FCPort: SetTargetLinkSpeed: Error: Setting target iidma is unsupported"), 1u);
     ASSERT_EQ(vtsim_fault("VTAPI_SetTargetLinkSpeed", 6, 1), 0);
     s = invoke(first, "SetTargetLinkSpeed", {uint32("Speed", 8)});
     EXPECT_EQ(s.msg, "Failed to save iidma settings on target");
 
     ASSERT_TRUE(invoke(first, "GetDiscTargetProperty").ok());
-    EXPECT_EQ(out("RemoteType"), "Target");
-    EXPECT_EQ(out("SessionState"), "Auth Complete");
-    EXPECT_EQ(out("PortState"), "2");
-    EXPECT_EQ(out("VirtualLaneState"), "0");
-    EXPECT_EQ(out("IOThrottling"), "0");
+    EXPECT_EQ(outs({"RemoteType", "SessionState", "PortState", "VirtualLaneState", "IOThrottling"}),
+              "RemoteType=Target SessionState=Auth Complete PortState=2 VirtualLaneState=0 IOThrottling=0");
     EXPECT_EQ(calls("VTAPI_UpdatePortProperty").size(), 1u);
     ASSERT_EQ(vtsim_fault("VTAPI_UpdateDiscTargetProperty", 1, 1), 0);
     s = invoke(first, "GetDiscTargetProperty");
     EXPECT_EQ(s.msg, "Failed to get device port property record");
-    EXPECT_EQ(invoke(first, "NoSuchMethod").rc, CMPI_RC_ERR_METHOD_NOT_FOUND);
-}
 
-TEST_F(FCTargetClassTest, TargetListsLongerThanTheirCountOrInACycleEndTheWalk)
-{
-    start(host());
-    vtapi_target_list_t* list = targetList();
-    ASSERT_EQ(list->count, 6u);
-    const std::string hba =
-        "FC target list of HBA[" +
-        std::to_string(VTAPI_GetAdapterList()->first->phy_ports->first->protocols->first->device.instance) +
-        "] cut short: ";
-    list->count = 2;
-    EXPECT_EQ(keys(kTarget).size(), 2u);
-    EXPECT_GE(logCount(hba + "more nodes than its count (count 2)"), 1u);
-
-    VTAPI_SDMTarget* last = list->first;
-    while (last->next)
-        last = last->next;
-    last->next = list->first->next; // back to the second node
-    list->count = 0xFFFFFFFFu;
-    EXPECT_EQ(keys(kTarget).size(), 6u);
-    EXPECT_GE(logCount(hba + "the list runs in a cycle (count 4294967295)"), 1u);
-    last->next = nullptr;
-    list->count = 6;
-}
-
-} // namespace
-
-namespace {
-
-uint64_t number(const std::string& text) { return std::stoull(text); }
-
-TEST_F(FCTargetClassTest, StatisticsMoveBetweenReadsAndStartAgainFromZeroAfterAReset)
-{
-    start(host());
-    const std::vector<std::string> ports = keys("VeltraFC_Port_Stats");
-    ASSERT_EQ(ports.size(), 2u);
-    EXPECT_EQ(strcasecmp(ports[0].c_str(), kPortKey), 0);
-    const uint64_t first = number(get("VeltraFC_Port_Stats", kPortKey)["IOCount"]);
-    const uint64_t second = number(get("VeltraFC_Port_Stats", kPortKey)["IOCount"]);
-    EXPECT_GT(second, first) << "live counters move between reads";
-
-    vcim::MethodResult result;
-    vcim::ObjectPath path = keyPath("VeltraFC_Port_Stats", "VTTGT00001_20:00:00:1F:EE:00:00:01_21:00:00:1F:EE:00:00:01");
-    ASSERT_TRUE(broker().invokeMethod(path, "resetportstats", {}, result).ok());
-    EXPECT_EQ(result.returnValue.toCimString(), "0");
+    // Port statistics: live counters that move between reads and start again
+    // from zero after a reset.
+    const uint64_t before = number(get("VeltraFC_Port_Stats", kPortKey)["IOCount"]);
+    EXPECT_GT(number(get("VeltraFC_Port_Stats", kPortKey)["IOCount"]), before);
+    const vcim::ObjectPath stats = keyPath("VeltraFC_Port_Stats", "VTTGT00001_20:00:00:1F:EE:00:00:01_21:00:00:1F:EE:00:00:01");
+    ASSERT_TRUE(invoke(stats, "resetportstats").ok());
+    EXPECT_EQ(result_.returnValue.toCimString(), "0");
     auto again = get("VeltraFC_Port_Stats", kPortKey);
     EXPECT_GT(number(again["IOCount"]), 0u) << "counting went on after the reset";
-    EXPECT_LT(number(again["IOCount"]), first);
-    EXPECT_EQ(again["LossOfSyncCount"], "0");
-    EXPECT_EQ(again["InvalidTransmissionWordCount"], "0");
-
+    EXPECT_LT(number(again["IOCount"]), before);
+    EXPECT_EQ(again["LossOfSyncCount"] + again["InvalidTransmissionWordCount"], "00");
     ASSERT_EQ(vtsim_fault("VTAPI_ResetDeviceStats", 9, 1), 0);
-    vcim::Status s = broker().invokeMethod(path, "ResetPortStats", {}, result);
+    s = invoke(stats, "ResetPortStats");
     EXPECT_EQ(s.rc, CMPI_RC_ERR_FAILED);
     EXPECT_EQ(s.msg, "Failed to reset statistics, ErrorCode=9!");
-    s = broker().invokeMethod(keyPath("VeltraFC_Port_Stats", "nothing"), "ResetPortStats", {}, result);
+    s = invoke(keyPath("VeltraFC_Port_Stats", "nothing"), "ResetPortStats");
     EXPECT_EQ(s.rc, CMPI_RC_ERR_NOT_FOUND);
     EXPECT_EQ(s.msg, "No matching instance found, KeyValue=nothing!");
 }
@@ -264,29 +220,6 @@ const char* const kVmhba2 = "VT27C40118_20:00:00:1f:ee:27:c4:00_21:00:00:1f:ee:2
 const char* const kVmhba7 = "VT26N51203_20:00:00:1f:ee:26:51:02_21:00:00:1f:ee:26:51:02";
 const char* const kVmhba9 = "VT26N51203_20:00:00:1f:ee:26:51:03_21:00:00:1f:ee:26:51:03";
 const char* const kDcb = "Veltra_FCPort_DCBParams";
-
-TEST_F(FCTargetClassTest, DcbParametersExistWhereTheConfigurationTableReads)
-{
-    start(); // FCoE vmhba7 and vmhba9 beside five native FC ports
-    EXPECT_EQ(keys("VeltraFC_Port_Stats").size(), 7u);
-    EXPECT_EQ(keys(kDcb), (std::vector<std::string>{kVmhba7, kVmhba9}));
-
-    // A failed read leaves the port out, without an error (the five native
-    // ports come first).
-    ASSERT_EQ(vtsim_fault("VTAPI_GetMpiConfigTableParams", 9, 6), 0);
-    EXPECT_EQ(keys(kDcb), (std::vector<std::string>{kVmhba9}));
-    ASSERT_EQ(vtsim_fault("VTAPI_GetMpiConfigTableParams", 9, 6), 0);
-    const std::vector<vcim::Instance> all = instances(kDcb);
-    ASSERT_EQ(all.size(), 1u);
-    EXPECT_EQ(texts(all[0])["InstanceID"], kVmhba9);
-    EXPECT_EQ(keys("VeltraFC_Port_Stats").size(), 7u);
-
-    vcim::Instance none;
-    EXPECT_EQ(broker().getInstance(keyPath(kDcb, kVmhba2), nullptr, none).rc, CMPI_RC_ERR_NOT_FOUND);
-    ASSERT_EQ(vtsim_fault("VTAPI_GetMpiConfigTableParams", 9, 1), 0);
-    EXPECT_EQ(broker().getInstance(keyPath(kDcb, kVmhba7), nullptr, none).rc, CMPI_RC_ERR_NOT_FOUND);
-    EXPECT_EQ(vtsim_live_allocations(), 0);
-}
 
 TEST_F(FCTargetClassTest, DcbParametersAreFoundByKeyWithEveryFieldInPlace)
 {
@@ -303,29 +236,18 @@ TEST_F(FCTargetClassTest, DcbParametersAreFoundByKeyWithEveryFieldInPlace)
     vcim::Instance instance;
     ASSERT_TRUE(broker().getInstance(keyPath(kDcb, "vtdcb00001_20:00:00:1F:EE:00:00:0A_21:00:00:1F:EE:00:00:0A"),
                                      nullptr, instance).ok());
-    std::vector<std::string> names, values;
-    for (const vcim::Property& p : instance.props) {
-        names.push_back(p.name);
-        values.push_back(p.value.toCimString());
-    }
-    const std::vector<std::string> expected = {
-        "InstanceID", "PortAccessNo", "DCBXEnable", "SANPriorityCoS", "FCPriorityCoS", "PortPauseType",
-        "FrameSize", "AddressingMode", "PriorityTxtMode", "SANBandwidthPerc", "SANUnusedBwToLAN",
-        "LANUnusedBwToSAN", "Willing", "BwPercDcbxGroup0", "BwPercDcbxGroup1", "BwPercDcbxGroup2",
-        "BwPercDcbxGroup3", "BwPercDcbxGroup4", "BwPercDcbxGroup5", "BwPercDcbxGroup6", "BwPercDcbxGroup7",
-        "iSCSIPriorityCoS", "DcbxParamsBuffer"};
-    ASSERT_EQ(names, expected);
-    values.pop_back();
-    EXPECT_EQ(values, (std::vector<std::string>{key, "7", "1", "3", "4", "2", "2500", "1", "6", "70", "8", "9", "10",
-                                                "11", "12", "13", "14", "15", "16", "17", "18", "5"}));
+    std::string fields;
+    for (const vcim::Property& p : instance.props)
+        fields += p.name + (p.name == "DcbxParamsBuffer" ? " " : "=" + p.value.toCimString() + " ");
+    EXPECT_EQ(fields, "InstanceID=" + key + " PortAccessNo=7 DCBXEnable=1 SANPriorityCoS=3 FCPriorityCoS=4 "
+              "PortPauseType=2 FrameSize=2500 AddressingMode=1 PriorityTxtMode=6 SANBandwidthPerc=70 "
+              "SANUnusedBwToLAN=8 LANUnusedBwToSAN=9 Willing=10 BwPercDcbxGroup0=11 BwPercDcbxGroup1=12 "
+              "BwPercDcbxGroup2=13 BwPercDcbxGroup3=14 BwPercDcbxGroup4=15 BwPercDcbxGroup5=16 "
+              "BwPercDcbxGroup6=17 BwPercDcbxGroup7=18 iSCSIPriorityCoS=5 DcbxParamsBuffer ");
     // The raw block: 64 bytes, the record first.
     const vcim::Value* raw = instance.get("DcbxParamsBuffer");
     ASSERT_EQ(raw->count(), 64u);
     EXPECT_EQ(raw->toCimString().substr(0, 16), "7,0,0,0,1,0,0,0,");
-    EXPECT_EQ(logCount("****** Successfully fetched DCBX Params for HBA[" +
-                       std::to_string(VTAPI_GetAdapterList()->first->phy_ports->first->protocols->first->device.instance) +
-                       "]"),
-              1u);
 
     // No block (an empty one, a failed read): the instance comes without it.
     auto second = get(kDcb, "VTDCB00001_20:00:00:1f:ee:00:00:0b_21:00:00:1f:ee:00:00:0b");
@@ -335,16 +257,29 @@ TEST_F(FCTargetClassTest, DcbParametersAreFoundByKeyWithEveryFieldInPlace)
     auto failed = get(kDcb, key);
     EXPECT_EQ(failed["PortAccessNo"], "7");
     EXPECT_EQ(failed.count("DcbxParamsBuffer"), 0u);
-    EXPECT_EQ(vtsim_live_allocations(), 0);
 }
 
-// Entries the port list holds but does not mark valid: every FC class passes
-// over them and says so when one is asked for by key.
-TEST_F(FCTargetClassTest, InvalidPortEntriesArePassedOverAndLogged)
+// DCB parameters exist where the configuration table reads (a failed read
+// leaves the port out, without an error). Entries the port list holds but
+// does not mark valid: every FC class passes over them and says so when one
+// is asked for by key.
+TEST_F(FCTargetClassTest, DcbPortsAndInvalidPortEntriesArePassedOver)
 {
     ASSERT_TRUE(load(FRAME_TEST_LIBRARY, FRAME_MOF_DIR).ok());
-    std::vector<vcim::ObjectPath> paths;
-    ASSERT_TRUE(broker().enumInstanceNames(classPath("Veltra_Server"), paths).ok());
+    // FCoE vmhba7 and vmhba9 beside five native FC ports, which come first.
+    EXPECT_EQ(keys("VeltraFC_Port_Stats").size(), 7u);
+    EXPECT_EQ(keys(kDcb), (std::vector<std::string>{kVmhba7, kVmhba9}));
+    ASSERT_EQ(vtsim_fault("VTAPI_GetMpiConfigTableParams", 9, 6), 0);
+    EXPECT_EQ(keys(kDcb), (std::vector<std::string>{kVmhba9}));
+    ASSERT_EQ(vtsim_fault("VTAPI_GetMpiConfigTableParams", 9, 6), 0);
+    const std::vector<vcim::Instance> dcb = instances(kDcb);
+    ASSERT_EQ(dcb.size(), 1u);
+    EXPECT_EQ(texts(dcb[0])["InstanceID"], kVmhba9);
+    vcim::Instance none;
+    EXPECT_EQ(broker().getInstance(keyPath(kDcb, kVmhba2), nullptr, none).rc, CMPI_RC_ERR_NOT_FOUND);
+    ASSERT_EQ(vtsim_fault("VTAPI_GetMpiConfigTableParams", 9, 1), 0);
+    EXPECT_EQ(broker().getInstance(keyPath(kDcb, kVmhba7), nullptr, none).rc, CMPI_RC_ERR_NOT_FOUND);
+
     const std::vector<std::string> before = keys("Veltra_FCPort_Target");
     ASSERT_EQ(hook<vtframe_invalidate_fc_port_fn>("vtframe_invalidate_fc_port")(0), 0); // vmhba2
     ASSERT_EQ(hook<vtframe_invalidate_fc_port_fn>("vtframe_invalidate_fc_port")(5), 0); // vmhba7
@@ -365,7 +300,6 @@ TEST_F(FCTargetClassTest, InvalidPortEntriesArePassedOverAndLogged)
                 {"VeltraFC_Port_Stats", kVmhba2, "getInstance_FCPort_Stats"},
                 {kDcb, kVmhba7, "getInstance_FCPort_DCBParams"}};
     for (const auto& g : gets) {
-        vcim::Instance none;
         EXPECT_EQ(broker().getInstance(keyPath(g.cls, g.key), nullptr, none).rc, CMPI_RC_ERR_NOT_FOUND) << g.cls;
         EXPECT_EQ(logCount(std::string(g.who) +
                            ": Found a device that has the same InstanceID but the entry is invalid.  Move on..."),
@@ -373,7 +307,6 @@ TEST_F(FCTargetClassTest, InvalidPortEntriesArePassedOverAndLogged)
             << g.cls;
     }
     vcim::ObjectPath remote = targetPath("50:06:0e:80:10:27:01:01", kVmhba2);
-    vcim::Instance none;
     EXPECT_EQ(broker().getInstance(remote, nullptr, none).rc, CMPI_RC_ERR_NOT_FOUND);
     for (const auto& call : {std::make_pair(keyPath("VeltraFC_Port_Stats", kVmhba2), "ResetPortStats"),
                              std::make_pair(remote, "GetTargetLinkSpeed")}) {

@@ -84,86 +84,37 @@ TEST_F(ConcreteJobStoreTest, PicksOnlyFreeIdsAndFailsWhenNoneIsLeft)
     EXPECT_EQ(id, 12u);
 }
 
-TEST_F(ConcreteJobStoreTest, TableKeepsCopiesInIdOrder)
+// Six entries per job go into the default preference file, but only into
+// one that exists: the save never creates it. Every save empties the job
+// file. Entries already in the file are replaced where they stand; a new
+// job's are appended.
+TEST_F(ConcreteJobStoreTest, SaveWritesSixEntriesPerJobOnlyIntoAnExistingDefaultFile)
 {
-    ConcreteJobStore store;
-    Concrete_Job nic = job(9, "NIC flash", CONCRETE_JOB_RUNNING, 0);
-    nic.imageFile = "/var/tmp/vtflash9.bin";
-    nic.adapterKey = "SER9";
-    EXPECT_TRUE(store.Add(nic));
-    EXPECT_TRUE(store.Add(job(2, "FC flash", CONCRETE_JOB_RUNNING, 0)));
-    EXPECT_FALSE(store.Add(job(9, "other", CONCRETE_JOB_FAILED, 5))) << "an id present keeps its job";
-    nic.description = "changed by the caller";
-
-    Concrete_Job found;
-    ASSERT_TRUE(store.Find(9, found));
-    EXPECT_EQ(found.description + " " + found.imageFile + " " + found.adapterKey,
-              "NIC flash /var/tmp/vtflash9.bin SER9");
-    EXPECT_FALSE(store.Find(3, found));
-
-    store.Store(job(2, "FC flash", CONCRETE_JOB_COMPLETED, 0));
-    EXPECT_EQ(summary(store.Jobs()),
-              (std::vector<std::string>{"2 FC flash " + std::to_string(kTime) + " 2 0",
-                                        "9 NIC flash " + std::to_string(kTime) + " 0 0"}));
-    EXPECT_FALSE(store.FinishAndSave(3, 0, kTime));
-    EXPECT_FALSE(store.Remove(3));
-}
-
-TEST_F(ConcreteJobStoreTest, SaveWritesSixEntriesPerJobIntoTheDefaultFile)
-{
-    ConcreteJobStore store;
-    write(at(kJobFile), "old content\n");
-    store.SerializeConcreteJobToPrefFile();
-    EXPECT_EQ(read(at(kJobFile)), "") << "the save empties the job file";
-    EXPECT_FALSE(fs::exists(at(kDefault))) << "no jobs, nothing to write";
-
-    // The eSwitch entry already there stays; the jobs follow, ascending id.
-    write(at(kDefault), "SER1_A_0_1=ivlan_id#0;\n");
-    const Concrete_Job nic = job(4711, "Adapter SerialNumber: SER1, AdapterIndex = 0 NIC flash update", CONCRETE_JOB_RUNNING, 0);
-    const Concrete_Job fc = job(7, "SER2 FC flash update", CONCRETE_JOB_FAILED, 3, kTime + 5);
-    EXPECT_TRUE(store.AddAndSave(nic));
-    EXPECT_TRUE(store.AddAndSave(fc));
-    auto expected = [](const Concrete_Job& first, const Concrete_Job& second) {
-        std::vector<std::string> all{"SER1_A_0_1=ivlan_id#0;"};
-        for (const Concrete_Job& j : {first, second})
-            for (const std::string& line : savedLines(j))
-                all.push_back(line);
-        return all;
-    };
-    // Entries already in the file are replaced where they stand; a new
-    // job's entries are appended.
-    EXPECT_EQ(lines(at(kDefault)), expected(nic, fc));
-    EXPECT_EQ(read(at(kJobFile)), "");
-
-    // A finishing worker updates its entries in place.
-    EXPECT_TRUE(store.FinishAndSave(4711, 0, kTime + 60));
-    Concrete_Job done = nic;
-    done.status = CONCRETE_JOB_COMPLETED;
-    done.timeOfLastStateChange = kTime + 60;
-    EXPECT_EQ(lines(at(kDefault)), expected(done, fc));
-    EXPECT_EQ(PrefGetProperty(nullptr, "4711#STATUS"), std::string("2"));
-}
-
-TEST_F(ConcreteJobStoreTest, SaveWritesOnlyIntoAnExistingDefaultFileAndKeepsLinesWhole)
-{
-    // Without the default file the jobs are kept in the table only: the
-    // save empties the job file but creates no default file.
     ConcreteJobStore store;
     write(at(kJobFile), "old content\n");
     EXPECT_TRUE(store.AddAndSave(job(5, "SER\n5#STATUS=2", CONCRETE_JOB_RUNNING, 0)));
     EXPECT_TRUE(store.FinishAndSave(5, 0, kTime + 1));
     EXPECT_FALSE(fs::exists(at(kDefault)));
     EXPECT_EQ(read(at(kJobFile)), "");
-    Concrete_Job finished;
-    ASSERT_TRUE(store.Find(5, finished));
-    EXPECT_EQ(finished.status, CONCRETE_JOB_COMPLETED);
+    EXPECT_FALSE(store.FinishAndSave(3, 0, kTime));
 
-    // Once the file is there the next save writes the entries; a line end
-    // in the description (library data) becomes a blank.
-    write(at(kDefault), "");
-    store.SerializeConcreteJobToPrefFile();
-    EXPECT_EQ(lines(at(kDefault)),
-              savedLines(job(5, "SER 5#STATUS=2", CONCRETE_JOB_COMPLETED, 0, kTime + 1)));
+    write(at(kDefault), "SER1_A_0_1=ivlan_id#0;\n");
+    const Concrete_Job nic = job(4711, "Adapter SerialNumber: SER1, AdapterIndex = 0 NIC flash update", CONCRETE_JOB_RUNNING, 0);
+    const Concrete_Job fc = job(7, "SER2 FC flash update", CONCRETE_JOB_FAILED, 3, kTime + 5);
+    EXPECT_TRUE(store.AddAndSave(nic));
+    EXPECT_TRUE(store.AddAndSave(fc));
+    EXPECT_TRUE(store.FinishAndSave(4711, 0, kTime + 60));
+    Concrete_Job done = nic;
+    done.status = CONCRETE_JOB_COMPLETED;
+    done.timeOfLastStateChange = kTime + 60;
+    // A line end in a description (library data) becomes a blank.
+    std::vector<std::string> expected{"SER1_A_0_1=ivlan_id#0;"};
+    for (const Concrete_Job& j : {job(5, "SER 5#STATUS=2", CONCRETE_JOB_COMPLETED, 0, kTime + 1), done, fc})
+        for (const std::string& line : savedLines(j))
+            expected.push_back(line);
+    EXPECT_EQ(lines(at(kDefault)), expected);
+    EXPECT_EQ(read(at(kJobFile)), "");
+    EXPECT_EQ(PrefGetProperty(nullptr, "4711#STATUS"), std::string("2"));
 }
 
 TEST_F(ConcreteJobStoreTest, ReloadRoundTripAndItsRules)

@@ -28,13 +28,7 @@ protected:
     static vcim::cli::FlashRequest request(const std::string& serial, const std::string& file,
                                            const std::string& pieceSize, bool async)
     {
-        vcim::cli::FlashRequest r;
-        r.adapterSerial = serial;
-        r.imageFile = file;
-        r.pieceSize = pieceSize;
-        r.async = async;
-        r.pollMilliseconds = 20;
-        return r;
+        return {serial, file, async, false, pieceSize, 20};
     }
 
     struct Exit {
@@ -78,14 +72,11 @@ TEST_F(FlashVerbTest, SendsPiecesWithProgressAndWatchesTheJobToItsEnd)
     EXPECT_NE(st.msg.find(" failed: VT25T30942 FC flash update with "), std::string::npos) << st.msg;
     EXPECT_NE(out_.str().find("  JobState = 10\n"), std::string::npos) << out_.str();
 
-    // In the request: one piece when the image fits; the provider's message on failure.
+    // In the request: one piece when the image fits.
     vtsim_log_clear();
     ASSERT_TRUE(run(request(kCNA, file, "", false)).ok());
     EXPECT_EQ(calls("VTAPI_UpdateFlash").size(), 1u);
     EXPECT_NE(out_.str().find("ReturnValue = 0"), std::string::npos);
-    ASSERT_EQ(vtsim_fault("VTAPI_UpdateFlash", VTAPI_STATUS_WRITE_FAILED, 1), 0);
-    st = run(request(kCNA, file, "3", false));
-    EXPECT_EQ(st.msg, "Failed to update flash for adapter with serial number [VT26N51203], ErrorCode=6!");
 }
 
 TEST_F(FlashVerbTest, RefusesBadPieceSizesAndImagesBeforeSendingAnything)
@@ -157,7 +148,7 @@ TEST_F(FlashVerbTest, MakesTheDirectoriesItWritesIntoAndReportsOneItCannotMake)
         EXPECT_NE(failed.err.find("CMPI_RC_ERR_FAILED: Unable to save image to file, error [1]"), std::string::npos)
             << mode << ": " << failed.err;
     }
-    EXPECT_TRUE(logged("invokeMethod_Adapter: Error: cannot create directory " + root_ + "/var/tmp: Not a directory"));
+    EXPECT_GE(logCount("invokeMethod_Adapter: Error: cannot create directory " + root_ + "/var/tmp: Not a directory"), 1u);
 }
 
 } // namespace

@@ -82,14 +82,6 @@ protected:
         loadedThreads_ = threadCount();
     }
 
-    static Json defaultHost() { return Json::parse(vtsim_default_host_json()); }
-    static Json hostWithBehaviour(const char* op, const Json& behaviour)
-    {
-        Json host = defaultHost();
-        host["behaviour"][op] = behaviour;
-        return host;
-    }
-
     // One piece to "UpdateFlashFromImageBuffer" of `cls`.
     vcim::Status send(const std::string& serial, const std::vector<uint8_t>& bytes, uint64_t total, uint32_t flags,
                       const char* cls = kAdapter)
@@ -120,17 +112,13 @@ protected:
     }
 
     // ---- observations ----
-    static Json simState()
+    // What the simulator recorded of the adapter's updates (null: none).
+    static Json flashed(const std::string& serial)
     {
         std::string text(vtsim_state_json(nullptr, 0) + 1, '\0');
         vtsim_state_json(text.data(), text.size());
         text.resize(text.size() - 1);
-        return Json::parse(text);
-    }
-    // What the simulator recorded of the adapter's updates (null: none).
-    static Json flashed(const std::string& serial)
-    {
-        const Json state = simState();
+        const Json state = Json::parse(text);
         const Json::json_pointer at("/adapter/" + serial + "/flash");
         return state.contains(at) ? state[at] : Json();
     }
@@ -144,7 +132,6 @@ protected:
         return files;
     }
     static std::string text(const std::vector<uint8_t>& bytes) { return {bytes.begin(), bytes.end()}; }
-    bool logged(const std::string& message) const { return logCount(message) > 0; }
 
     // ---- jobs ----
     std::string jobState(uint32_t id)
