@@ -56,40 +56,6 @@ ISCSIFunction FindISCSIFunction(const char* key)
     return found;
 }
 
-CmpiObjectPath MakeISCSIFunctionPath(const RequestClass& rc, const ISCSIFunction& f)
-{
-    const std::string name = ISCSIFunctionName(f.function);
-    return MakeKeyedPath(rc.className.c_str(), rc.nameSpace.c_str(), {{"InstanceID", name.c_str()}});
-}
-
-CmpiInstance MakeISCSIFunctionInstance(const RequestClass& rc, const char** properties, const ISCSIFunction& f)
-{
-    static const char* keys[] = {"InstanceID", nullptr};
-    return MakeFilteredInstance(MakeISCSIFunctionPath(rc, f), properties, keys);
-}
-
-CmpiStatus EnumISCSIFunctionNames(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop)
-{
-    return RunEnumeration(who, cop, [&](const RequestClass& rc) {
-        ForEachISCSIFunction([&](const ISCSIFunction& f) { rslt.returnData(MakeISCSIFunctionPath(rc, f)); });
-    });
-}
-
-CmpiStatus EnumISCSIFunctionInstances(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                      const char** properties, MakeISCSIInstance make)
-{
-    return RunEnumeration(who, cop, [&](const RequestClass& rc) {
-        ForEachISCSIFunction([&](const ISCSIFunction& f) { rslt.returnData(make(rc, properties, f)); });
-    });
-}
-
-CmpiStatus GetISCSIFunctionInstance(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                    const char** properties, bool returnInstance, MakeISCSIInstance make)
-{
-    return RunGet(who, rslt, cop, returnInstance, FindISCSIFunction,
-                  [&](const RequestClass& rc, const ISCSIFunction& f) { return make(rc, properties, f); });
-}
-
 uint32_t ISCSILunCount(const VTAPI_HBATGTENTRY& target)
 {
     if (!target.lun_list)

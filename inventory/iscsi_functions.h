@@ -6,6 +6,7 @@
 #pragma once
 
 #include "adapter_tree.h"
+#include "function_class.h"
 #include "handler_pattern.h"
 #include "vtapi.h"
 
@@ -39,19 +40,18 @@ ISCSIFunction FindISCSIFunction(const char* key);
 // The function's instance name (its key), cut at its field.
 std::string ISCSIFunctionName(const vtapi_protocol_t* function);
 
-// Makes an instance of one iSCSI function for the request's class.
-using MakeISCSIInstance = CmpiInstance (*)(const RequestClass& rc, const char** properties, const ISCSIFunction& f);
-
-// The path of a class keyed "InstanceID" = the function's name.
-CmpiObjectPath MakeISCSIFunctionPath(const RequestClass& rc, const ISCSIFunction& f);
-// An instance of the function with its key set, filtered by `properties`.
-CmpiInstance MakeISCSIFunctionInstance(const RequestClass& rc, const char** properties, const ISCSIFunction& f);
-// The enumeration and get handlers of such a class (`who` names the handler).
-CmpiStatus EnumISCSIFunctionNames(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop);
-CmpiStatus EnumISCSIFunctionInstances(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                      const char** properties, MakeISCSIInstance make);
-CmpiStatus GetISCSIFunctionInstance(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                    const char** properties, bool returnInstance, MakeISCSIInstance make);
+// The classes with one instance per iSCSI function.
+struct ISCSIFunctions {
+    using Function = ISCSIFunction;
+    template <class Visit>
+    static void forEach(Visit visit)
+    {
+        ForEachISCSIFunction(visit);
+    }
+    static ISCSIFunction find(const char* key) { return FindISCSIFunction(key); }
+    static std::string name(const ISCSIFunction& f) { return ISCSIFunctionName(f.function); }
+};
+using ISCSIFunctionClass = FunctionClass<ISCSIFunctions>;
 
 // ---- target table ----
 

@@ -5,6 +5,7 @@
 
 #include "adapter_tree.h"
 #include "class_registry.h"
+#include "function_class.h"
 #include "handler_pattern.h"
 #include "property_table.h"
 #include "vtapi.h"
@@ -39,18 +40,18 @@ void ForEachNICFunction(Visit visit)
 // several do, the last one in tree order.
 NICFunction FindNICFunction(const char* key);
 
-// Makes an instance of one NIC function for the request's class.
-using MakeNICInstance = CmpiInstance (*)(const RequestClass& rc, const char** properties, const NICFunction& f);
-
-CmpiObjectPath MakeNICFunctionPath(const RequestClass& rc, const NICFunction& f);
-// The enumeration and get handlers of such a class (`who` names the handler).
-CmpiStatus EnumNICFunctionNames(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop);
-CmpiStatus EnumNICFunctionInstances(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                    const char** properties, MakeNICInstance make);
-CmpiStatus GetNICFunctionInstance(const char* who, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                  const char** properties, bool returnInstance, MakeNICInstance make);
-// An instance of the function with its key set, filtered by `properties`.
-CmpiInstance MakeNICFunctionInstance(const RequestClass& rc, const char** properties, const NICFunction& f);
+// The classes with one instance per NIC function.
+struct NICFunctions {
+    using Function = NICFunction;
+    template <class Visit>
+    static void forEach(Visit visit)
+    {
+        ForEachNICFunction(visit);
+    }
+    static NICFunction find(const char* key) { return FindNICFunction(key); }
+    static std::string name(const NICFunction& f) { return NICFunctionName(f.fn); }
+};
+using NICFunctionClass = FunctionClass<NICFunctions>;
 
 // ---- counters classes ----
 
@@ -88,20 +89,7 @@ private:
     {                                                                                                      \
         return (counters).make(rc, p, f);                                                                  \
     }                                                                                                      \
-    CmpiStatus enumInstanceNames_##suffix(const CmpiContext&, CmpiResult& r, const CmpiObjectPath& c)      \
-    {                                                                                                      \
-        return EnumNICFunctionNames("enumInstanceNames_" #suffix, r, c);                                   \
-    }                                                                                                      \
-    CmpiStatus enumInstances_##suffix(const CmpiContext&, CmpiResult& r, const CmpiObjectPath& c,          \
-                                      const char** p)                                                      \
-    {                                                                                                      \
-        return EnumNICFunctionInstances("enumInstances_" #suffix, r, c, p, makeInstance_##suffix);         \
-    }                                                                                                      \
-    CmpiStatus getInstance_##suffix(const CmpiContext&, CmpiResult& r, const CmpiObjectPath& c,            \
-                                    const char** p, bool ri)                                               \
-    {                                                                                                      \
-        return GetNICFunctionInstance("getInstance_" #suffix, r, c, p, ri, makeInstance_##suffix);         \
-    }                                                                                                      \
+    VELTRA_FUNCTION_CLASS_HANDLERS(NICFunctionClass, suffix)                                               \
     }                                                                                                      \
     VELTRA_CLASS_FAMILY(family, className,                                                                 \
                         (ClassHandlers{enumInstanceNames_##suffix, enumInstances_##suffix,                 \

@@ -232,7 +232,7 @@ const PropertyTable<M> kMiniDumpTable(kPortProperties, {
 
 CmpiInstance makeInstance_iSCSI_Port(const RequestClass& rc, const char** properties, const F& f)
 {
-    CmpiInstance instance = MakeISCSIFunctionInstance(rc, properties, f);
+    CmpiInstance instance = ISCSIFunctionClass::instance(rc, properties, f);
     const uint32_t hba = f.function->hba_number;
     // Refreshes the portal record in the tree; the record is shown either way.
     (void)VTAPI_GetHbaDevicePortalPropertyiSCSI(hba, 0);
@@ -252,23 +252,7 @@ CmpiInstance makeInstance_iSCSI_Port(const RequestClass& rc, const char** proper
     return instance;
 }
 
-CmpiStatus enumInstanceNames_iSCSI_Port(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
-{
-    return EnumISCSIFunctionNames("enumInstanceNames_iSCSI_Port", rslt, cop);
-}
-
-CmpiStatus enumInstances_iSCSI_Port(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                    const char** properties)
-{
-    return EnumISCSIFunctionInstances("enumInstances_iSCSI_Port", rslt, cop, properties, makeInstance_iSCSI_Port);
-}
-
-CmpiStatus getInstance_iSCSI_Port(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                  const char** properties, bool returnInstance)
-{
-    return GetISCSIFunctionInstance("getInstance_iSCSI_Port", rslt, cop, properties, returnInstance,
-                                    makeInstance_iSCSI_Port);
-}
+VELTRA_FUNCTION_CLASS_HANDLERS(ISCSIFunctionClass, iSCSI_Port)
 
 // ---- modify ----
 

@@ -87,7 +87,7 @@ const PropertyTable<C> kParameterTable(kConfigProperties, {
 
 CmpiInstance makeInstance_iSCSI_Port_Config(const RequestClass& rc, const char** properties, const F& f)
 {
-    CmpiInstance instance = MakeISCSIFunctionInstance(rc, properties, f);
+    CmpiInstance instance = ISCSIFunctionClass::instance(rc, properties, f);
     const uint32_t hba = f.function->hba_number;
     (void)VTAPI_GetHbaDevicePortalPropertyiSCSI(hba, 0);
     kIdentityTable.build(instance, f);
@@ -106,23 +106,7 @@ CmpiInstance makeInstance_iSCSI_Port_Config(const RequestClass& rc, const char**
     return instance;
 }
 
-CmpiStatus enumInstanceNames_iSCSI_Port_Config(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
-{
-    return EnumISCSIFunctionNames("enumInstanceNames_iSCSI_Port_Config", rslt, cop);
-}
-
-CmpiStatus enumInstances_iSCSI_Port_Config(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                           const char** properties)
-{
-    return EnumISCSIFunctionInstances("enumInstances_iSCSI_Port_Config", rslt, cop, properties, makeInstance_iSCSI_Port_Config);
-}
-
-CmpiStatus getInstance_iSCSI_Port_Config(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                         const char** properties, bool returnInstance)
-{
-    return GetISCSIFunctionInstance("getInstance_iSCSI_Port_Config", rslt, cop, properties, returnInstance,
-                                    makeInstance_iSCSI_Port_Config);
-}
+VELTRA_FUNCTION_CLASS_HANDLERS(ISCSIFunctionClass, iSCSI_Port_Config)
 
 // ---- modify ----
 

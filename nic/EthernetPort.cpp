@@ -207,7 +207,7 @@ PortView readView(const NICFunction& f)
 
 CmpiInstance makeInstance_EthernetPort(const RequestClass& rc, const char** properties, const NICFunction& f)
 {
-    CmpiInstance instance = MakeNICFunctionInstance(rc, properties, f);
+    CmpiInstance instance = NICFunctionClass::instance(rc, properties, f);
     const PortView view = readView(f);
     kViewTable.build(instance, view);
     const char* name = view.name.c_str();
@@ -224,23 +224,7 @@ CmpiInstance makeInstance_EthernetPort(const RequestClass& rc, const char** prop
     return instance;
 }
 
-CmpiStatus enumInstanceNames_EthernetPort(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
-{
-    return EnumNICFunctionNames("enumInstanceNames_EthernetPort", rslt, cop);
-}
-
-CmpiStatus enumInstances_EthernetPort(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                      const char** properties)
-{
-    return EnumNICFunctionInstances("enumInstances_EthernetPort", rslt, cop, properties, makeInstance_EthernetPort);
-}
-
-CmpiStatus getInstance_EthernetPort(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                    const char** properties, bool returnInstance)
-{
-    return GetNICFunctionInstance("getInstance_EthernetPort", rslt, cop, properties, returnInstance,
-                                  makeInstance_EthernetPort);
-}
+VELTRA_FUNCTION_CLASS_HANDLERS(NICFunctionClass, EthernetPort)
 
 // ---- modify ----
 

@@ -61,7 +61,7 @@ const PropertyTable<D> kConfigTable(kDCBProperties, {
 CmpiInstance makeInstance_EthernetPort_DCBParams(const RequestClass& rc, const char** properties,
                                                  const NICFunction& f)
 {
-    CmpiInstance instance = MakeNICFunctionInstance(rc, properties, f);
+    CmpiInstance instance = NICFunctionClass::instance(rc, properties, f);
     kKeyTable.build(instance, f);
     D config{};
     if (VTAPI_GetDCBXConfig(NICFunctionName(f.fn).c_str(), &config) == VTAPI_STATUS_OK)
@@ -69,24 +69,7 @@ CmpiInstance makeInstance_EthernetPort_DCBParams(const RequestClass& rc, const c
     return instance;
 }
 
-CmpiStatus enumInstanceNames_EthernetPort_DCBParams(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
-{
-    return EnumNICFunctionNames("enumInstanceNames_EthernetPort_DCBParams", rslt, cop);
-}
-
-CmpiStatus enumInstances_EthernetPort_DCBParams(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                                const char** properties)
-{
-    return EnumNICFunctionInstances("enumInstances_EthernetPort_DCBParams", rslt, cop, properties,
-                                    makeInstance_EthernetPort_DCBParams);
-}
-
-CmpiStatus getInstance_EthernetPort_DCBParams(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                              const char** properties, bool returnInstance)
-{
-    return GetNICFunctionInstance("getInstance_EthernetPort_DCBParams", rslt, cop, properties, returnInstance,
-                                  makeInstance_EthernetPort_DCBParams);
-}
+VELTRA_FUNCTION_CLASS_HANDLERS(NICFunctionClass, EthernetPort_DCBParams)
 
 CmpiStatus failure(CMPIrc rc, const std::string& message, const char* logFormat)
 {

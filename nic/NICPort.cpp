@@ -50,29 +50,13 @@ const PropertyTable<NICFunction> kPortTable(kPortProperties, {
 
 CmpiInstance makeInstance_Port(const RequestClass& rc, const char** properties, const NICFunction& f)
 {
-    CmpiInstance instance = MakeNICFunctionInstance(rc, properties, f);
+    CmpiInstance instance = NICFunctionClass::instance(rc, properties, f);
     (void)VTAPI_RefreshLinkProps(f.adapter);
     kPortTable.build(instance, f);
     return instance;
 }
 
-CmpiStatus enumInstanceNames_Port(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop)
-{
-    return EnumNICFunctionNames("enumInstanceNames_Port", rslt, cop);
-}
-
-CmpiStatus enumInstances_Port(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
-                                 const char** properties)
-{
-    return EnumNICFunctionInstances("enumInstances_Port", rslt, cop, properties, makeInstance_Port);
-}
-
-CmpiStatus getInstance_Port(const CmpiContext&, CmpiResult& rslt, const CmpiObjectPath& cop,
-                               const char** properties, bool returnInstance)
-{
-    return GetNICFunctionInstance("getInstance_Port", rslt, cop, properties, returnInstance,
-                                  makeInstance_Port);
-}
+VELTRA_FUNCTION_CLASS_HANDLERS(NICFunctionClass, Port)
 
 } // namespace
 
