@@ -4,6 +4,7 @@
 
 #include "class_registry.h"
 #include "helpers.h"
+#include "request_support.h"
 #include "veltra_nic_properties.h"
 #include "veltra_nic_utils.h"
 #include "vtapi.h"
@@ -39,6 +40,7 @@ Veltra_Adapter_Provider::Veltra_Adapter_Provider(const CmpiBroker& broker, const
     m_bStopPolling = false;
     // A new load starts with no jobs and no firmware update of any adapter.
     RunProviderHooks(ProviderHook::Created);
+    ForgetDispatchAnswers();
     RegisterConcreteJobStore(&m_concreteJobs);
 }
 

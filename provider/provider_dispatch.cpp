@@ -77,6 +77,11 @@ public:
         const auto it = known_.find(key);
         return it == known_.end() ? RowAnswers{} : it->second;
     }
+    void clear()
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        known_.clear();
+    }
     void put(const std::string& key, uint64_t bit, bool isA)
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -107,6 +112,12 @@ std::string classKey(const CmpiObjectPath& cop)
         key += (*c >= 'A' && *c <= 'Z') ? static_cast<char>(*c - 'A' + 'a') : *c;
     return key;
 }
+
+} // namespace
+
+void ForgetDispatchAnswers() { g_rowAnswers.clear(); }
+
+namespace {
 
 // The first row of `order` whose family has the handler the request needs
 // (`has`) and whose class the request's class is-a (class or subclass).

@@ -11,6 +11,9 @@
 // false when the query fails or the path names no class (then `st` holds a
 // failed status: the query's own, or CMPI_RC_ERR_FAILED).
 bool RequestClassName(const CmpiObjectPath& cop, std::string& out, CMPIStatus& st);
+// Forgets which dispatch rows each request class was found to be: a new
+// load may come with a changed class hierarchy.
+void ForgetDispatchAnswers();
 // Signals the end of results; a broker that refuses it changes nothing.
 void EndResults(CmpiResult& rslt);
 // Error-logs "Veltra_Adapter_Provider::<operation> caught exception status: %d %s"

@@ -121,10 +121,17 @@ TEST_F(FrameTest, EachRequestKindTestsTheRowsInItsOwnOrder)
     // class, the Ethernet port from the iSCSI port and the adapter from the
     // server: the first row of each request kind's order that the class
     // is-a serves it.
-    ASSERT_TRUE(load(FRAME_TEST_LIBRARY, CHAINS_MOF_DIR).ok());
     const std::string echo = "VeltraFC_Port_FCEcho_DiagTest";
     std::vector<vcim::ObjectPath> names;
     std::vector<vcim::Instance> instances;
+    // A load before, where the class derives from no other: a new load asks
+    // again what a class is.
+    ASSERT_TRUE(load().ok());
+    install(nullptr);
+    ASSERT_TRUE(broker().enumInstanceNames(classPath(echo), names).ok());
+    EXPECT_EQ(events(), std::vector<std::string>{"enumInstanceNames " + echo + " P1 W0"});
+    broker().unload(true);
+    ASSERT_TRUE(load(FRAME_TEST_LIBRARY, CHAINS_MOF_DIR).ok());
 
     // A row without a handler family counts as not listed.
     install("VeltraFC_Port_CTCommand_Diag", VTFRAME_UNSERVED);
