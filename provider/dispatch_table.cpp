@@ -49,6 +49,8 @@ DispatchRow g_DispatchTable[] = {
     /* 40 */ {"Veltra_Adapter_ConcreteJob2", nullptr},
 };
 const size_t g_DispatchTableSize = sizeof g_DispatchTable / sizeof g_DispatchTable[0];
+// The dispatcher keeps one bit per row of what it learned of a request class.
+static_assert(sizeof g_DispatchTable / sizeof g_DispatchTable[0] <= 64, "one bit per row in a uint64_t");
 
 namespace {
 

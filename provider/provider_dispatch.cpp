@@ -126,21 +126,15 @@ namespace {
 template <class Has>
 const ClassHandlers* findHandlers(const DispatchOrder& order, const CmpiObjectPath& cop, Has has)
 {
-    const bool cached = g_DispatchTableSize <= 64;
-    const std::string key = cached ? classKey(cop) : std::string();
-    RowAnswers answers = cached ? g_rowAnswers.get(key) : RowAnswers{};
+    const std::string key = classKey(cop);
+    RowAnswers answers = g_rowAnswers.get(key);
     for (size_t i = 0; i < order.count; ++i) {
         const DispatchRow& row = g_DispatchTable[order.rows[i]];
         if (!row.handlers || !has(*row.handlers))
             continue;
-        const uint64_t bit = cached ? uint64_t{1} << order.rows[i] : 0;
+        const uint64_t bit = uint64_t{1} << order.rows[i];
         if (!(answers.asked & bit)) {
             const bool isA = cop.classPathIsA(row.className);
-            if (!cached) {
-                if (isA)
-                    return row.handlers;
-                continue;
-            }
             g_rowAnswers.put(key, bit, isA);
             answers.asked |= bit;
             if (isA)
